@@ -1,7 +1,6 @@
-#include <QApplication>
+#include "Brevio/App.h"
 
 int main(int argc, char *argv[])
 {
-    QApplication application(argc, argv);
-    return application.exec();
+    return Brevio::BrevioMain::run(argc, argv);
 }

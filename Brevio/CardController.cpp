@@ -1,0 +1,387 @@
+#include "Brevio/CardController.h"
+
+#include "Brevio/BoundedTextView.h"
+#include "Brevio/CardContentView.h"
+#include "Brevio/CardPanel.h"
+#include "Brevio/GridContentView.h"
+#include "Brevio/NoteStore.h"
+#include "Brevio/RootContainer.h"
+#include "Brevio/ToastView.h"
+#include "KeyboardShortcuts/KeyboardShortcuts.h"
+#include "KeyboardShortcuts/Name.h"
+#include "Platform/Keyboard/EventMonitor.h"
+
+#include <QPointer>
+
+namespace Brevio {
+
+namespace {
+
+using namespace std::chrono_literals;
+using Face = RootContainer::Face;
+using Platform::EventDisposition;
+using Platform::KeyEvent;
+using Platform::TimingCurve;
+
+constexpr int returnKey = 36;
+constexpr int kKey = 40;
+constexpr int escapeKey = 53;
+
+constexpr auto toastFadeIn = 140ms;
+constexpr auto toastHold = 420ms;
+constexpr auto toastFadeOut = 200ms;
+constexpr auto gridCrossFade = 200ms;
+
+bool isBlank(const QString &text)
+{
+    return text.trimmed().isEmpty();
+}
+
+double between(double from, double to, double progress)
+{
+    return from + (to - from) * progress;
+}
+
+} // namespace
+
+CardController::CardController(NoteStore &store, Settings &settings, const Services &services)
+    : m_store(store)
+    , m_settings(settings)
+    , m_queue(services.queue)
+    , m_panel(std::make_unique<CardPanel>(services.defaults, services.screens, services.queue))
+    , m_content(new CardContentView(services.appearance, services.queue))
+    , m_grid(new GridContentView(services.appearance, services.queue))
+    , m_toast(new ToastView(services.appearance))
+    , m_root(new RootContainer(m_content, m_grid, m_toast, services.appearance))
+{
+    m_panel->setContentView(m_root);
+    installViewCallbacks();
+    installKeyMonitor();
+    registerSummonHotkey();
+}
+
+CardController::~CardController() = default;
+
+void CardController::installViewCallbacks()
+{
+    // The views are ours and die before we do, so the callbacks need no guard.
+    m_panel->windowDidMove = [this] { m_panel->persistOrigin(); };
+    m_content->textView()->textDidChange = [this] { flushTextToStore(); };
+    m_content->textView()->onRejectedEdit = [this] { m_panel->shake(); };
+    m_content->onGridButtonTapped = [this] {
+        if (m_mode == CardMode::Card)
+            enterGridMode();
+        else
+            exitGridMode(m_activeNoteID, false);
+    };
+    m_grid->onThumbClick = [this](const QUuid &id) { exitGridMode(id, false); };
+    m_grid->onThumbPinToggle = [this](const QUuid &id) { toggleThumbPin(id); };
+    m_grid->onThumbDelete = [this](const QUuid &id) { deleteFromGrid(id); };
+    m_grid->onNewCardTapped = [this] { exitGridMode(std::nullopt, true); };
+}
+
+void CardController::installKeyMonitor()
+{
+    m_keyMonitor = Platform::EventMonitor::addLocalMonitor(
+        Platform::EventMask::KeyDown, [this](const KeyEvent &event) {
+            return m_panel->isKeyWindow() ? handleKeyDown(event) : EventDisposition::Pass;
+        });
+}
+
+void CardController::registerSummonHotkey()
+{
+    // The module keeps the action for the life of the process.
+    KeyboardShortcuts::onKeyDown(KeyboardShortcuts::Name::summon(),
+                                 [self = QPointer(this)] {
+                                     if (self)
+                                         self->toggleSummon();
+                                 });
+}
+
+EventDisposition CardController::handleKeyDown(const KeyEvent &event)
+{
+    const bool command = event.has(Platform::ModifierFlag::Command);
+    const bool shift = event.has(Platform::ModifierFlag::Shift);
+    const bool onCard = m_mode == CardMode::Card;
+
+    if (event.keyCode == escapeKey) {
+        onCard ? discardAndDismiss() : exitGridMode(m_activeNoteID, false);
+        return EventDisposition::Swallow;
+    }
+    if (event.keyCode == returnKey && command) {
+        onCard ? commitAndDismiss() : exitGridMode(m_activeNoteID, false);
+        return EventDisposition::Swallow;
+    }
+    if (event.keyCode == kKey && command && shift) {
+        if (onCard)
+            togglePinOnActive();
+        return EventDisposition::Swallow;
+    }
+    return EventDisposition::Pass;
+}
+
+void CardController::showFreshCard()
+{
+    flushTextToStore();
+    discardActiveIfEmpty();
+    loadFreshCard();
+    presentCardFace();
+}
+
+void CardController::toggleSummon()
+{
+    if (!m_panel->isVisible()) {
+        loadFreshCard();
+        presentCardFace();
+    } else if (!m_panel->isKeyWindow()) {
+        m_panel->makeKeyAndOrderFront();
+        focusFace();
+    } else if (m_mode == CardMode::Card) {
+        commitAndDismiss();
+    } else {
+        exitGridMode(m_activeNoteID, false);
+    }
+}
+
+void CardController::loadFreshCard()
+{
+    if (const auto welcome = m_store.takePendingWelcomeID())
+        loadNote(*welcome);
+    else
+        beginNewNote();
+}
+
+void CardController::presentCardFace()
+{
+    m_mode = CardMode::Card;
+    settleFaces();
+    m_panel->restoreOrigin();
+    m_panel->makeKeyAndOrderFront();
+    focusFace();
+}
+
+void CardController::loadNote(const QUuid &id)
+{
+    const auto note = m_store.note(id);
+    if (!note) {
+        beginNewNote();
+        return;
+    }
+    m_activeNoteID = id;
+    m_activeNoteIsNew = false;
+    m_activeNoteOriginalBody = note->body;
+    m_activeNoteOriginalLastEditedAt = note->lastEditedAt;
+    setCardText(note->body);
+    showPinOf(*note);
+}
+
+void CardController::beginNewNote()
+{
+    flushTextToStore();
+    discardActiveIfEmpty();
+    m_activeNoteID.reset();
+    m_activeNoteIsNew = true;
+    m_activeNoteOriginalBody.clear();
+    m_activeNoteOriginalLastEditedAt = Instant::min();
+    setCardText({});
+    m_content->setPinIndicatorHidden(true);
+}
+
+void CardController::setCardText(const QString &text)
+{
+    m_content->textView()->setText(text);
+    // Otherwise a refused edit would bring the previous card's text back.
+    m_content->textView()->recordValidState();
+}
+
+void CardController::showPinOf(const Note &note)
+{
+    m_content->setPinIndicatorHidden(!note.isPinned);
+}
+
+void CardController::flushTextToStore()
+{
+    const QString text = m_content->textView()->text();
+    if (!m_activeNoteID) {
+        if (isBlank(text))
+            return;
+        m_activeNoteID = m_store.newNote();
+    }
+    m_store.setBody(*m_activeNoteID, text);
+}
+
+void CardController::discardActiveIfEmpty()
+{
+    if (!m_activeNoteID)
+        return;
+    const auto note = m_store.note(*m_activeNoteID);
+    if (note && isBlank(note->body)) {
+        m_store.deleteNote(*m_activeNoteID);
+        m_activeNoteID.reset();
+    }
+}
+
+void CardController::commitAndDismiss()
+{
+    flushTextToStore();
+    const bool kept = m_activeNoteID && !isBlank(m_content->textView()->text());
+    discardActiveIfEmpty();
+    m_activeNoteID.reset();
+    setCardText({});
+    if (kept)
+        showToastAndDismiss(tr("Note saved"));
+    else
+        orderOut();
+}
+
+void CardController::discardAndDismiss()
+{
+    const QString text = m_content->textView()->text();
+    QString message;
+    if (m_activeNoteIsNew) {
+        if (m_activeNoteID)
+            m_store.deleteNote(*m_activeNoteID);
+        if (!isBlank(text))
+            message = tr("Note discarded");
+    } else if (m_activeNoteID && text != m_activeNoteOriginalBody) {
+        m_store.revert(*m_activeNoteID, m_activeNoteOriginalBody, m_activeNoteOriginalLastEditedAt);
+        message = tr("Changes discarded");
+    }
+    m_activeNoteID.reset();
+    setCardText({});
+    if (message.isEmpty())
+        orderOut();
+    else
+        showToastAndDismiss(message);
+}
+
+void CardController::togglePinOnActive()
+{
+    if (!m_activeNoteID)
+        return;
+    m_store.togglePin(*m_activeNoteID);
+    if (const auto note = m_store.note(*m_activeNoteID))
+        showPinOf(*note);
+}
+
+void CardController::enterGridMode()
+{
+    flushTextToStore();
+    m_store.purgeExpired();
+    m_root->setHidden(Face::Grid, false);
+    m_grid->reload(m_store.notes(), m_activeNoteID);
+    m_grid->resetThumbAlphas();
+    m_mode = CardMode::Grid;
+    focusFace();
+    crossFade(0.0, 1.0, [this] { m_root->setHidden(Face::Card, true); });
+}
+
+void CardController::exitGridMode(std::optional<QUuid> focusing, bool newCard)
+{
+    if (newCard) {
+        discardActiveIfEmpty();
+        beginNewNote();
+    } else {
+        if (focusing != m_activeNoteID)
+            discardActiveIfEmpty();
+        const auto target = focusing ? focusing : m_activeNoteID;
+        if (target)
+            loadNote(*target);
+        else
+            beginNewNote();
+    }
+    m_root->setHidden(Face::Card, false);
+    m_mode = CardMode::Card;
+    // What is typed while the faces still fade belongs to the card already.
+    focusFace();
+    crossFade(1.0, 0.0, [this] {
+        m_root->setHidden(Face::Grid, true);
+        focusFace();
+    });
+}
+
+void CardController::toggleThumbPin(const QUuid &id)
+{
+    m_store.togglePin(id);
+    if (const auto note = m_store.note(id))
+        m_grid->setThumbNote(*note);
+}
+
+void CardController::deleteFromGrid(const QUuid &id)
+{
+    m_store.deleteNote(id);
+    m_grid->animateDelete(id);
+}
+
+void CardController::focusFace()
+{
+    if (m_mode == CardMode::Card)
+        m_panel->makeFirstResponder(m_content->textView());
+    else
+        m_panel->makeFirstResponder(m_grid);
+}
+
+void CardController::crossFade(double cardAlpha, double gridAlpha, std::function<void()> completion)
+{
+    // Starting from where the faces stand lets a transition overtake an earlier one, whose
+    // completion would hide the face that now shows: assigning the handle drops it. A dismissal
+    // that was under way is called off: the user went on.
+    m_hold.reset();
+    m_panel->setAlpha(1.0);
+    m_fade = Platform::animate(
+        m_queue, gridCrossFade, TimingCurve::EaseInEaseOut,
+        [this, cardAlpha, gridAlpha, fromCard = m_root->alpha(Face::Card),
+         fromGrid = m_root->alpha(Face::Grid),
+         fromToast = m_root->alpha(Face::Toast)](double progress) {
+            m_root->setAlpha(Face::Card, between(fromCard, cardAlpha, progress));
+            m_root->setAlpha(Face::Grid, between(fromGrid, gridAlpha, progress));
+            m_root->setAlpha(Face::Toast, between(fromToast, 0.0, progress));
+        },
+        std::move(completion));
+}
+
+void CardController::showToastAndDismiss(const QString &message)
+{
+    m_toast->setMessage(message);
+    m_hold.reset();
+    m_fade = Platform::animate(
+        m_queue, toastFadeIn, TimingCurve::EaseOut,
+        [this, fromCard = m_root->alpha(Face::Card),
+         fromToast = m_root->alpha(Face::Toast)](double progress) {
+            m_root->setAlpha(Face::Card, between(fromCard, 0.0, progress));
+            m_root->setAlpha(Face::Toast, between(fromToast, 1.0, progress));
+        },
+        [this] { m_hold = m_queue.schedule(toastHold, [this] { fadeOutWithToast(); }); });
+}
+
+void CardController::fadeOutWithToast()
+{
+    m_fade = Platform::animate(
+        m_queue, toastFadeOut, TimingCurve::EaseIn,
+        [this](double progress) {
+            m_root->setAlpha(Face::Toast, between(1.0, 0.0, progress));
+            m_panel->setAlpha(between(1.0, 0.0, progress));
+        },
+        [this] { orderOut(); });
+}
+
+void CardController::orderOut()
+{
+    m_panel->orderOut();
+    settleFaces();
+}
+
+void CardController::settleFaces()
+{
+    // A fade that still ran would hide a card summoned meanwhile.
+    m_fade.reset();
+    m_hold.reset();
+    m_root->setHidden(Face::Card, false);
+    m_root->setAlpha(Face::Card, 1.0);
+    m_root->setAlpha(Face::Grid, 0.0);
+    m_root->setHidden(Face::Grid, true);
+    m_root->setAlpha(Face::Toast, 0.0);
+    m_panel->setAlpha(1.0);
+}
+
+} // namespace Brevio
