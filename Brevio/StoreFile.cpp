@@ -1,20 +1,14 @@
 #include "Brevio/StoreFile.h"
 
+#include "Brevio/JsonReader.h"
 #include "Brevio/TextForms.h"
-
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QJsonObject>
-
-#include <cmath>
 
 namespace Brevio::StoreFile {
 
 namespace {
 
 constexpr qint64 writtenVersion = 3;
-constexpr double integerEnd = 9223372036854775808.0; // 2^63, the first beyond a qint64
-constexpr qsizetype usualNoteSize = 512;             // bytes, to reserve
+constexpr qsizetype usualNoteSize = 512; // bytes, to reserve
 
 // --- Writing
 
@@ -94,91 +88,82 @@ void append(QByteArray &out, const char *key, const std::vector<Record> &records
     out += "\n  ],\n";
 }
 
-// --- Reading. Each reader says whether the member may stand; a missing one leaves the default.
+// --- Reading. Each reader says whether the value may stand there.
 
-bool isMissing(const QJsonValue &value)
+template <class Value>
+bool take(Value &value, const std::optional<Value> &read)
 {
-    return value.isUndefined() || value.isNull();
-}
-
-bool read(const QJsonValue &value, QString &text)
-{
-    if (isMissing(value))
-        return true;
-    text = value.toString();
-    // The escape of half a surrogate pair names no character.
-    if (!text.isValidUtf16())
-        text = QString::fromUtf8(text.toUtf8());
-    return value.isString();
-}
-
-bool read(const QJsonValue &value, bool &flag)
-{
-    flag = value.toBool(flag);
-    return value.isBool() || isMissing(value);
-}
-
-bool read(const QJsonValue &value, qint64 &number)
-{
-    if (isMissing(value))
-        return true;
-    const double real = value.toDouble();
-    if (!value.isDouble() || std::trunc(real) != real || real < -integerEnd || real >= integerEnd)
-        return false;
-    number = value.toInteger();
-    return true;
-}
-
-bool read(const QJsonValue &value, Instant &time)
-{
-    if (isMissing(value))
-        return true;
-    const auto read = TextForms::toInstant(value.toString());
-    time = read.value_or(time);
+    value = read.value_or(value);
     return read.has_value();
 }
 
-bool read(const QJsonValue &value, QUuid &id)
+bool read(JsonReader &json, QString &text)
 {
-    if (isMissing(value))
-        return true;
-    const auto read = TextForms::toIdentifier(value.toString());
-    id = read.value_or(id);
-    return read.has_value();
+    const auto bytes = json.string();
+    text = bytes ? QString::fromUtf8(*bytes) : QString();
+    return bytes.has_value();
 }
 
-bool read(const QJsonObject &object, Instant now, Note &note)
+bool read(JsonReader &json, std::optional<Instant> &time)
 {
-    note = Note::create(now);
-    if (!read(object.value(u"createdAt"), note.createdAt))
-        return false;
-    note.lastEditedAt = note.createdAt;
-    return read(object.value(u"id"), note.id) && read(object.value(u"body"), note.body) &&
-           read(object.value(u"lastEditedAt"), note.lastEditedAt) &&
-           read(object.value(u"isPinned"), note.isPinned);
+    const auto text = json.string();
+    time = text ? TextForms::toInstant(*text) : std::nullopt;
+    return time.has_value();
 }
 
-bool read(const QJsonObject &object, Instant, Tombstone &tombstone)
+bool read(JsonReader &json, std::optional<QUuid> &id)
 {
-    const auto id = object.value(u"id");
-    const auto deletedAt = object.value(u"deletedAt");
-    return !isMissing(id) && !isMissing(deletedAt) && read(id, tombstone.id) &&
-           read(deletedAt, tombstone.deletedAt);
+    const auto text = json.string();
+    id = text ? TextForms::toIdentifier(*text) : std::nullopt;
+    return id.has_value();
+}
+
+bool read(JsonReader &json, Instant now, Note &note)
+{
+    std::optional<QUuid> id;
+    std::optional<Instant> createdAt;
+    std::optional<Instant> lastEditedAt;
+    const bool isGood = json.object([&](QByteArrayView key) {
+        if (json.takeNull()) // as if the member were missing
+            return true;
+        if (key == "body")
+            return read(json, note.body);
+        if (key == "createdAt")
+            return read(json, createdAt);
+        if (key == "id")
+            return read(json, id);
+        if (key == "isPinned")
+            return take(note.isPinned, json.boolean());
+        if (key == "lastEditedAt")
+            return read(json, lastEditedAt);
+        return json.skip();
+    });
+    note.id = id ? *id : QUuid::createUuid();
+    note.createdAt = createdAt.value_or(now);
+    note.lastEditedAt = lastEditedAt.value_or(note.createdAt);
+    return isGood;
+}
+
+bool read(JsonReader &json, Instant, Tombstone &tombstone)
+{
+    std::optional<QUuid> id;
+    std::optional<Instant> deletedAt;
+    const bool isGood = json.object([&](QByteArrayView key) {
+        if (key == "deletedAt")
+            return read(json, deletedAt);
+        if (key == "id")
+            return read(json, id);
+        return json.skip();
+    });
+    tombstone = {id.value_or(QUuid()), deletedAt.value_or(Instant())};
+    return isGood && id && deletedAt;
 }
 
 template <class Record>
-bool read(const QJsonValue &value, Instant now, std::vector<Record> &records)
+bool read(JsonReader &json, Instant now, std::vector<Record> &records)
 {
-    if (isMissing(value))
-        return true;
-    const QJsonArray array = value.toArray();
-    records.resize(static_cast<std::size_t>(array.size()));
-    auto record = records.begin();
-    for (const QJsonValue element : array) {
-        if (!element.isObject() || !read(element.toObject(), now, *record++))
-            return false;
-    }
-    return value.isArray();
+    records.clear();
+    return json.array([&] { return read(json, now, records.emplace_back()); });
 }
 
 } // namespace
@@ -196,14 +181,20 @@ QByteArray encode(const NoteList &notes, const TombstoneList &tombstones)
 
 std::optional<OnDisk> decode(const QByteArray &bytes, Instant now)
 {
-    const auto document = QJsonDocument::fromJson(bytes);
-    if (!document.isObject())
-        return std::nullopt;
-    const QJsonObject top = document.object();
+    JsonReader json(bytes);
     OnDisk content;
-    if (!read(top.value(u"version"), content.version) ||
-        !read(top.value(u"notes"), now, content.notes) ||
-        !read(top.value(u"tombstones"), now, content.tombstones))
+    const bool isGood = json.object([&](QByteArrayView key) {
+        if (json.takeNull())
+            return true;
+        if (key == "notes")
+            return read(json, now, content.notes);
+        if (key == "tombstones")
+            return read(json, now, content.tombstones);
+        if (key == "version")
+            return take(content.version, json.integer());
+        return json.skip();
+    });
+    if (!isGood || !json.isAtEnd())
         return std::nullopt;
     return content;
 }

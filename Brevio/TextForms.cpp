@@ -13,39 +13,38 @@ constexpr sys_seconds earliest = sys_days{year{1} / January / 1};
 constexpr sys_seconds latest = sys_days{year{9999} / December / 31} + 24h - 1s;
 
 // In these, 'h' stands for a hexadecimal and '0' for a decimal digit.
-constexpr QStringView identifierForm = u"hhhhhhhh-hhhh-hhhh-hhhh-hhhhhhhhhhhh";
-constexpr QStringView dateForm = u"0000-00-00T00:00:00";
-constexpr QStringView plusForm = u"+00:00";
-constexpr QStringView minusForm = u"-00:00";
+constexpr QByteArrayView identifierForm = "hhhhhhhh-hhhh-hhhh-hhhh-hhhhhhhhhhhh";
+constexpr QByteArrayView dateForm = "0000-00-00T00:00:00";
+constexpr QByteArrayView plusForm = "+00:00";
+constexpr QByteArrayView minusForm = "-00:00";
 
-bool isDecimal(QChar c)
+bool isDecimal(char c)
 {
-    return c >= u'0' && c <= u'9';
+    return c >= '0' && c <= '9';
 }
 
-bool isHexadecimal(QChar c)
+bool isHexadecimal(char c)
 {
-    return isDecimal(c) || (c >= u'a' && c <= u'f') || (c >= u'A' && c <= u'F');
+    return isDecimal(c) || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F');
 }
 
-bool hasForm(QStringView text, QStringView form)
+bool hasForm(QByteArrayView text, QByteArrayView form)
 {
-    return std::equal(
-        text.begin(), text.end(), form.begin(), form.end(), [](QChar c, QChar wanted) {
-            return wanted == u'0' ? isDecimal(c) : wanted == u'h' ? isHexadecimal(c) : c == wanted;
-        });
+    return std::equal(text.begin(), text.end(), form.begin(), form.end(), [](char c, char wanted) {
+        return wanted == '0' ? isDecimal(c) : wanted == 'h' ? isHexadecimal(c) : c == wanted;
+    });
 }
 
-int number(QStringView text, int at, int length)
+int number(QByteArrayView text, int at, int length)
 {
     int value = 0;
     for (int i = at; i < at + length; ++i)
-        value = value * 10 + (text[i].unicode() - u'0');
+        value = value * 10 + (text[i] - '0');
     return value;
 }
 
 /// Hours and minutes at this place, as on a clock.
-std::optional<minutes> clockTime(QStringView text, int at)
+std::optional<minutes> clockTime(QByteArrayView text, int at)
 {
     const int hour = number(text, at, 2);
     const int minute = number(text, at + 3, 2);
@@ -55,14 +54,14 @@ std::optional<minutes> clockTime(QStringView text, int at)
 }
 
 /// How far the designator at the end of a date says that local time is ahead.
-std::optional<minutes> offset(QStringView text)
+std::optional<minutes> offset(QByteArrayView text)
 {
-    if (text == u"Z")
+    if (text == "Z")
         return minutes::zero();
     if (!hasForm(text, plusForm) && !hasForm(text, minusForm))
         return std::nullopt;
     const auto size = clockTime(text, 1);
-    return size && text.front() == u'-' ? -*size : size;
+    return size && text.front() == '-' ? -*size : size;
 }
 
 } // namespace
@@ -72,11 +71,11 @@ QByteArray fromIdentifier(const QUuid &id)
     return id.toByteArray(QUuid::WithoutBraces).toUpper();
 }
 
-std::optional<QUuid> toIdentifier(QStringView text)
+std::optional<QUuid> toIdentifier(QByteArrayView text)
 {
     if (!hasForm(text, identifierForm))
         return std::nullopt;
-    return QUuid::fromString(text);
+    return QUuid::fromString(QLatin1StringView(text));
 }
 
 QByteArray fromInstant(Instant time)
@@ -86,7 +85,7 @@ QByteArray fromInstant(Instant time)
     const year_month_day date(day);
     const hh_mm_ss clock(second - day);
 
-    QByteArray text = dateForm.toLatin1() + 'Z';
+    QByteArray text = dateForm.toByteArray() + 'Z';
     const auto put = [&](int at, int length, unsigned value) {
         for (int i = at + length - 1; i >= at; --i, value /= 10)
             text[i] = static_cast<char>('0' + value % 10);
@@ -100,11 +99,11 @@ QByteArray fromInstant(Instant time)
     return text;
 }
 
-std::optional<Instant> toInstant(QStringView text)
+std::optional<Instant> toInstant(QByteArrayView text)
 {
-    if (!hasForm(text.left(dateForm.size()), dateForm))
+    if (!hasForm(text.first(std::min(text.size(), dateForm.size())), dateForm))
         return std::nullopt;
-    const auto ahead = offset(text.mid(dateForm.size()));
+    const auto ahead = offset(text.sliced(dateForm.size()));
     const auto clock = clockTime(text, 11);
     const auto date = year{number(text, 0, 4)} / number(text, 5, 2) / number(text, 8, 2);
     const int second = number(text, 17, 2);

@@ -3,7 +3,7 @@
 #include "Platform/Core/Clock.h"
 
 #include <QByteArray>
-#include <QStringView>
+#include <QByteArrayView>
 #include <QUuid>
 
 #include <optional>
@@ -15,7 +15,7 @@ namespace Brevio::TextForms {
 [[nodiscard]] QByteArray fromIdentifier(const QUuid &id);
 
 /// Reads either case. Nothing for braces, missing hyphens and everything else.
-[[nodiscard]] std::optional<QUuid> toIdentifier(QStringView text);
+[[nodiscard]] std::optional<QUuid> toIdentifier(QByteArrayView text);
 
 /// "2025-03-14T09:26:53Z": UTC, the fraction of the second dropped, the years 1 to 9999; an
 /// instant outside them becomes the first or the last second that can be written.
@@ -23,6 +23,6 @@ namespace Brevio::TextForms {
 
 /// Reads that form, also with an offset such as "+01:00" in place of the "Z". Nothing for a
 /// fraction, a missing designator, a date or time that does not exist, and everything else.
-[[nodiscard]] std::optional<Platform::Instant> toInstant(QStringView text);
+[[nodiscard]] std::optional<Platform::Instant> toInstant(QByteArrayView text);
 
 } // namespace Brevio::TextForms
