@@ -23,7 +23,7 @@ namespace StoreFile {
 
 /// The bytes of a file of version 3, with the lists in the given order. Times lose their fraction
 /// of a second, and are moved into the years 1 to 9999, all that the format can say. Half a
-/// surrogate pair, which no UTF-8 can hold, becomes U+FFFD.
+/// surrogate pair, which no UTF-8 can hold, becomes a question mark.
 [[nodiscard]] QByteArray encode(const NoteList &notes, const TombstoneList &tombstones);
 
 /// All of the file, or nothing: one bad member makes the whole unreadable, so that what was not
