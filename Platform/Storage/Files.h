@@ -5,19 +5,33 @@
 
 #include <optional>
 
+/// Whole-file reading and writing that neither blocks nor tears. Any thread. A failure costs one
+/// line in the logging category "brevio.storage", which is off unless asked for.
 namespace Platform::Files {
 
-/// The whole content of a regular file; nothing when it is missing, is no regular file, or could
-/// not be read to its end.
+/// The whole content of a regular file; nothing when it is missing, is no regular file (a pipe or
+/// a device is not waited for), could not be read to its end, or is larger than 64 MiB.
 [[nodiscard]] std::optional<QByteArray> read(const QString &path);
 
 /// Replaces the file in one step: whoever looks sees the old content or the new, never a part of
 /// either, also after a crash, a full disk or a power cut. The bytes and the folder are synced
 /// before this returns true. An existing file keeps its mode, a symbolic link stays one and its
-/// target is replaced; a new file is private to the user (0600). On false the old file is
-/// untouched. Leaves no temporary file.
+/// target is replaced or made; a new file is private to the user (0600). What stands in the
+/// file's place without being a regular file is left alone. On false the file is as it was,
+/// unless the folder alone could not be synced: then it is the new one, but a power cut may bring
+/// the old one back. Leaves no temporary file; that of a killed process goes with the next call.
 [[nodiscard]] bool replaceAtomically(const QString &path, const QByteArray &bytes);
 
+/// Copies a file to a place where there is none, in one step and synced as above; never a part,
+/// and never over a file that appeared there meanwhile. The copy is private to the user.
+[[nodiscard]] bool copy(const QString &from, const QString &to);
+
+/// Moves a regular file out of the way, to its own name with the suffix added. A symbolic link
+/// stays and its target moves. False, with nothing moved, when the new name is taken.
+[[nodiscard]] bool setAside(const QString &path, const QString &suffix);
+
+/// False only when there is certainly nothing: a file behind a locked folder or a failing disk
+/// counts as there. A symbolic link to nothing is nothing.
 [[nodiscard]] bool exists(const QString &path);
 
 /// Makes the folder and those above it, private to the user (0700); existing ones keep their

@@ -1,12 +1,11 @@
 #include "Platform/Storage/UserDefaults.h"
 
 #include "Platform/Storage/Files.h"
+#include "Platform/Storage/Folders.h"
 
 #include <QDateTime>
-#include <QFile>
 #include <QFileInfo>
 #include <QJsonDocument>
-#include <QStandardPaths>
 
 namespace Platform {
 
@@ -69,8 +68,9 @@ void UserDefaults::flush()
     m_lastFlush = m_queue.now();
     (void)Files::makeFolder(QFileInfo(m_path).path()); // a failure shows in the write
     if (m_setAsideFirst) {
-        const auto stamp = QDateTime::currentDateTimeUtc().toString(QStringLiteral("yyyyMMdd-hhmmss"));
-        if (!QFile::rename(m_path, m_path + QStringLiteral(".unreadable-") + stamp))
+        const auto suffix = QDateTime::currentDateTimeUtc().toString(
+            QStringLiteral("'.unreadable-'yyyyMMdd-hhmmss"));
+        if (Files::exists(m_path) && !Files::setAside(m_path, suffix))
             return;
         m_setAsideFirst = false;
     }
@@ -83,16 +83,14 @@ void UserDefaults::scheduleFlush()
     if (m_pendingFlush)
         return;
     const auto wait = m_lastFlush + flushPeriod - m_queue.now();
-    m_pendingFlush = m_queue.schedule(std::max(wait, MainQueue::Duration::zero()),
-                                      [this] { flush(); });
+    m_pendingFlush =
+        m_queue.schedule(std::max(wait, MainQueue::Duration::zero()), [this] { flush(); });
 }
 
 UserDefaults &UserDefaults::standard()
 {
-    static UserDefaults defaults(
-        QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation)
-            + QStringLiteral("/Brevio/defaults.json"),
-        MainQueue::main());
+    static UserDefaults defaults(Folders::configHome() + QStringLiteral("/Brevio/defaults.json"),
+                                 MainQueue::main());
     return defaults;
 }
 
