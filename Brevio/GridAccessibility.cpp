@@ -16,11 +16,17 @@ namespace {
 class TileInterface final : public QAccessibleInterface, public QAccessibleActionInterface
 {
 public:
-    TileInterface(GridContentView *grid, int tile) : m_grid(grid), m_tile(tile) {}
+    TileInterface(GridContentView *grid, int tile)
+        : m_grid(grid)
+        , m_tile(tile)
+    {}
 
     bool isValid() const override { return m_grid && m_tile < m_grid->document().tileCount(); }
     QObject *object() const override { return nullptr; }
-    QWindow *window() const override { return isValid() ? m_grid->window()->windowHandle() : nullptr; }
+    QWindow *window() const override
+    {
+        return isValid() ? m_grid->window()->windowHandle() : nullptr;
+    }
     QAccessibleInterface *parent() const override
     {
         return m_grid ? QAccessible::queryAccessibleInterface(m_grid) : nullptr;
@@ -88,10 +94,7 @@ public:
     QStringList keyBindingsForAction(const QString &) const override { return {}; }
 
 private:
-    bool isPlus() const
-    {
-        return isValid() && m_tile == static_cast<int>(m_grid->thumbs().size());
-    }
+    bool isPlus() const { return isValid() && m_tile == static_cast<int>(m_grid->thumbs().size()); }
 
     QPointer<GridContentView> m_grid;
     int m_tile;
@@ -102,8 +105,7 @@ class GridInterface final : public QAccessibleWidget
 public:
     explicit GridInterface(GridContentView *grid)
         : QAccessibleWidget(grid, QAccessible::List, QStringLiteral("All cards"))
-    {
-    }
+    {}
     ~GridInterface() override { dropItems(); }
 
     int childCount() const override { return grid()->document().tileCount(); }
@@ -119,7 +121,8 @@ public:
     QAccessibleInterface *childAt(int x, int y) const override
     {
         const auto position = QPointF(grid()->mapFromGlobal(QPoint(x, y)));
-        const auto tile = grid()->document().tileAt(position + QPointF(0.0, grid()->scrollOffset()));
+        const auto tile =
+            grid()->document().tileAt(position + QPointF(0.0, grid()->scrollOffset()));
         return tile ? child(*tile) : nullptr;
     }
     int indexOfChild(const QAccessibleInterface *item) const override

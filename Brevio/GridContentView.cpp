@@ -16,15 +16,15 @@ namespace Brevio {
 
 namespace {
 
-constexpr double wheelLine       = 18.0; ///< one of the lines that a wheel's notch is worth
-constexpr double wheelNotch      = 120.0;
-constexpr double pageOverlap     = 24.0; ///< of what was visible before a page key
-constexpr double revealMargin    = 12.0; ///< kept around a tile that is scrolled into view
-constexpr double focusRingGap    = 1.5;
-constexpr double focusRingWidth  = 2.0;
+constexpr double wheelLine = 18.0; ///< one of the lines that a wheel's notch is worth
+constexpr double wheelNotch = 120.0;
+constexpr double pageOverlap = 24.0;  ///< of what was visible before a page key
+constexpr double revealMargin = 12.0; ///< kept around a tile that is scrolled into view
+constexpr double focusRingGap = 1.5;
+constexpr double focusRingWidth = 2.0;
 constexpr double focusRingRadius = 8.5;
-constexpr double focusRingAlpha  = 0.85;
-constexpr int    longestSpoken   = 1000; ///< characters of a note's text
+constexpr double focusRingAlpha = 0.85;
+constexpr int longestSpoken = 1000; ///< characters of a note's text
 
 } // namespace
 
@@ -69,8 +69,8 @@ QString GridContentView::tileDescription(int tile) const
     return QStringLiteral("Card %1 of %2%3: ")
                .arg(tile + 1)
                .arg(thumbs().size())
-               .arg(isPinned ? QStringLiteral(", pinned") : QString())
-           + thumb.text().left(longestSpoken);
+               .arg(isPinned ? QStringLiteral(", pinned") : QString()) +
+           thumb.text().left(longestSpoken);
 }
 
 void GridContentView::reload(const NoteList &notes, const std::optional<QUuid> &activeID)
@@ -196,9 +196,9 @@ void GridContentView::wheelEvent(QWheelEvent *event)
     // Some drivers give a wheel's angle for its pixels.
     const bool hasPixels =
         !event->pixelDelta().isNull() && event->pixelDelta() != event->angleDelta();
-    const double distance =
-        hasPixels ? event->pixelDelta().y()
-                  : event->angleDelta().y() / wheelNotch * QApplication::wheelScrollLines() * wheelLine;
+    const double distance = hasPixels ? event->pixelDelta().y()
+                                      : event->angleDelta().y() / wheelNotch *
+                                            QApplication::wheelScrollLines() * wheelLine;
     m_scrollBar->scrollBy(-distance);
     event->accept();
 }
@@ -273,8 +273,8 @@ void GridContentView::keyPressEvent(QKeyEvent *event)
         event->ignore();
     } else if (const auto target = focusTarget(key)) {
         setFocusedTile(target);
-    } else if (m_focusedTile
-               && (key == Qt::Key_Return || key == Qt::Key_Enter || key == Qt::Key_Space)) {
+    } else if (m_focusedTile &&
+               (key == Qt::Key_Return || key == Qt::Key_Enter || key == Qt::Key_Space)) {
         if (!event->isAutoRepeat())
             openTile(*m_focusedTile);
     } else if (!scrollByKey(key)) {
@@ -286,11 +286,20 @@ std::optional<int> GridContentView::focusTarget(int key) const
 {
     int step = 0;
     switch (key) {
-    case Qt::Key_Left:  step = -1; break;
-    case Qt::Key_Right: step = 1; break;
-    case Qt::Key_Up:    step = -GridDocument::columns; break;
-    case Qt::Key_Down:  step = GridDocument::columns; break;
-    default:            return std::nullopt;
+    case Qt::Key_Left:
+        step = -1;
+        break;
+    case Qt::Key_Right:
+        step = 1;
+        break;
+    case Qt::Key_Up:
+        step = -GridDocument::columns;
+        break;
+    case Qt::Key_Down:
+        step = GridDocument::columns;
+        break;
+    default:
+        return std::nullopt;
     }
     const int last = m_document.tileCount() - 1;
     if (last < 0)
@@ -329,11 +338,20 @@ int GridContentView::firstVisibleTile() const
 bool GridContentView::scrollByKey(int key)
 {
     switch (key) {
-    case Qt::Key_PageUp:   m_scrollBar->scrollBy(pageOverlap - height()); return true;
-    case Qt::Key_PageDown: m_scrollBar->scrollBy(height() - pageOverlap); return true;
-    case Qt::Key_Home:     m_scrollBar->scrollTo(0.0); return true;
-    case Qt::Key_End:      m_scrollBar->scrollTo(m_scrollBar->maximum()); return true;
-    default:               return false;
+    case Qt::Key_PageUp:
+        m_scrollBar->scrollBy(pageOverlap - height());
+        return true;
+    case Qt::Key_PageDown:
+        m_scrollBar->scrollBy(height() - pageOverlap);
+        return true;
+    case Qt::Key_Home:
+        m_scrollBar->scrollTo(0.0);
+        return true;
+    case Qt::Key_End:
+        m_scrollBar->scrollTo(m_scrollBar->maximum());
+        return true;
+    default:
+        return false;
     }
 }
 

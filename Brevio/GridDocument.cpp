@@ -10,10 +10,10 @@ namespace Brevio {
 
 namespace {
 
-constexpr double margin     = 12.0;
-constexpr double gap        = 8.0;
-constexpr auto   shrinkTime = 200ms;
-constexpr auto   slideTime  = 240ms;
+constexpr double margin = 12.0;
+constexpr double gap = 8.0;
+constexpr auto shrinkTime = 200ms;
+constexpr auto slideTime = 240ms;
 
 QRectF slotFrame(int tile)
 {
@@ -83,8 +83,7 @@ std::shared_ptr<NoteThumbView> GridDocument::thumbShowing(const QUuid &id) const
 double GridDocument::restingHeight() const
 {
     const int rows = (tileCount() + columns - 1) / columns;
-    const double content =
-        2.0 * margin + tileSize.height() * rows + gap * std::max(0, rows - 1);
+    const double content = 2.0 * margin + tileSize.height() * rows + gap * std::max(0, rows - 1);
     return std::max(content, m_visibleHeight);
 }
 
@@ -160,8 +159,8 @@ void GridDocument::layoutThumbsAnimated()
             for (const auto &thumb : m_thumbs) {
                 // One that shrinks stays where it is, and keeps its place until it is gone.
                 if (!isBeingDeleted(*thumb))
-                    thumb->setFrame(between(starts[static_cast<std::size_t>(tile)],
-                                            slotFrame(tile), progress));
+                    thumb->setFrame(
+                        between(starts[static_cast<std::size_t>(tile)], slotFrame(tile), progress));
                 ++tile;
             }
             if (m_newCard)

@@ -25,7 +25,9 @@ public:
     static constexpr int columns = 3;
 
     /// The queue must outlive the document.
-    explicit GridDocument(Platform::MainQueue &queue) : m_queue(queue) {}
+    explicit GridDocument(Platform::MainQueue &queue)
+        : m_queue(queue)
+    {}
 
     [[nodiscard]] const Thumbs &thumbs() const { return m_thumbs; }
     /// None before the first reload.
@@ -51,7 +53,8 @@ public:
     void animateDelete(const QUuid &id);
 
     /// Paints the tiles that touch `exposed`.
-    void paint(QPainter &painter, const QRectF &exposed, const TileSurroundings &surroundings) const;
+    void paint(QPainter &painter, const QRectF &exposed,
+               const TileSurroundings &surroundings) const;
 
     /// Something looks different now.
     std::function<void()> onChange;

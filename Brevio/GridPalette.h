@@ -22,8 +22,8 @@ namespace Brevio::GridPalette {
     constexpr double pointsPerInch = 72.0;
     QFont::insertSubstitution(QStringLiteral("Baskerville"), QStringLiteral("Baskervald ADF Std"));
     QFont font(QStringLiteral("Baskerville"));
-    font.setPointSizeF(pixels * pointsPerInch
-                       / QGuiApplication::primaryScreen()->logicalDotsPerInchY());
+    font.setPointSizeF(pixels * pointsPerInch /
+                       QGuiApplication::primaryScreen()->logicalDotsPerInchY());
     return font;
 }
 

@@ -10,12 +10,12 @@ namespace Brevio {
 
 namespace {
 
-constexpr double fillAlpha   = 0.45;
+constexpr double fillAlpha = 0.45;
 constexpr double borderAlpha = 0.14;
 constexpr double borderWidth = 0.5;
-constexpr double plusAlpha   = 0.45;
-constexpr double plusWidth   = 1.6;
-constexpr double plusArm     = 9.0; ///< from the centre to each end
+constexpr double plusAlpha = 0.45;
+constexpr double plusWidth = 1.6;
+constexpr double plusArm = 9.0; ///< from the centre to each end
 
 } // namespace
 
@@ -26,8 +26,7 @@ void NewCardThumbView::paint(QPainter &painter, const TileSurroundings &surround
     painter.save();
     placeTile(painter, m_frame, 1.0, surroundings.devicePixelRatio);
     paintTileSurface(painter, NoteThumbView::thumbFill().resolved(scheme, fillAlpha),
-                     ink.resolved(scheme, borderAlpha), borderWidth,
-                     surroundings.devicePixelRatio);
+                     ink.resolved(scheme, borderAlpha), borderWidth, surroundings.devicePixelRatio);
 
     // One path, so that the translucent strokes do not add up where they cross.
     const QPointF centre = QRectF(QPointF(), tileSize).center();

@@ -8,14 +8,14 @@ namespace Brevio {
 
 namespace {
 
-constexpr double fontSize     = 10.5;
-constexpr double labelInset   = 6.0;
-constexpr double pinDotSize   = 5.0;
-constexpr double pinDotInset  = 5.0; ///< from the top and right edges
-constexpr double borderWidth  = 0.5;
-constexpr double borderAlpha  = 0.18;
-constexpr double ringWidth    = 1.0;
-constexpr double ringAlpha    = 0.65;
+constexpr double fontSize = 10.5;
+constexpr double labelInset = 6.0;
+constexpr double pinDotSize = 5.0;
+constexpr double pinDotInset = 5.0; ///< from the top and right edges
+constexpr double borderWidth = 0.5;
+constexpr double borderAlpha = 0.18;
+constexpr double ringWidth = 1.0;
+constexpr double ringAlpha = 0.65;
 
 } // namespace
 

@@ -13,16 +13,16 @@ namespace Brevio {
 
 namespace {
 
-constexpr int    barBreadth     = 12;
-constexpr double thumbBreadth   = 6.0;
-constexpr double thumbMargin    = 3.0; ///< to the right edge
-constexpr double endMargin      = 6.0; ///< above and below the track, clear of the rounded corners
-constexpr double shortestThumb  = 24.0;
-constexpr double thumbInk       = 0.32;
-constexpr double heldThumbInk   = 0.5;
-constexpr auto   fadeInTime     = 120ms;
-constexpr auto   restBeforeFade = 900ms;
-constexpr auto   fadeOutTime    = 300ms;
+constexpr int barBreadth = 12;
+constexpr double thumbBreadth = 6.0;
+constexpr double thumbMargin = 3.0; ///< to the right edge
+constexpr double endMargin = 6.0;   ///< above and below the track, clear of the rounded corners
+constexpr double shortestThumb = 24.0;
+constexpr double thumbInk = 0.32;
+constexpr double heldThumbInk = 0.5;
+constexpr auto fadeInTime = 120ms;
+constexpr auto restBeforeFade = 900ms;
+constexpr auto fadeOutTime = 300ms;
 
 } // namespace
 

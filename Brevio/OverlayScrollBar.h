@@ -20,8 +20,7 @@ class OverlayScrollBar final : public QWidget
 
 public:
     /// The appearance and the queue must outlive the bar.
-    OverlayScrollBar(Platform::Appearance &appearance, Platform::MainQueue &queue,
-                     QWidget *parent);
+    OverlayScrollBar(Platform::Appearance &appearance, Platform::MainQueue &queue, QWidget *parent);
 
     /// The width that the bar takes at the view's edge.
     [[nodiscard]] static int breadth();

@@ -9,9 +9,9 @@ namespace Brevio {
 
 namespace {
 
-constexpr qsizetype firstPiece  = 512;  ///< characters; more than a label of ordinary text holds
+constexpr qsizetype firstPiece = 512;   ///< characters; more than a label of ordinary text holds
 constexpr qsizetype longestText = 4096; ///< characters; nothing beyond is looked at
-constexpr double    tabDistance = 28.0; ///< logical pixels
+constexpr double tabDistance = 28.0;    ///< logical pixels
 
 bool endsParagraph(QChar character)
 {
@@ -21,6 +21,20 @@ bool endsParagraph(QChar character)
 qsizetype paragraphLength(QStringView text)
 {
     return std::find_if(text.begin(), text.end(), endsParagraph) - text.begin();
+}
+
+/// Fonts show control characters as boxes; a joiner in the same place shows nothing.
+QString withoutControls(QString text)
+{
+    constexpr QChar wordJoiner(0x2060);
+    std::replace_if(
+        text.begin(), text.end(),
+        [](QChar character) {
+            return character.category() == QChar::Other_Control && character != u'\t' &&
+                   !endsParagraph(character);
+        },
+        wordJoiner);
+    return text;
 }
 
 /// Not between the two halves of one character.
@@ -37,7 +51,8 @@ ThumbText::ThumbText(const QString &text, const QFont &font, QSizeF label)
     : m_font(font)
     , m_label(label)
 {
-    QStringView rest = QStringView(text).left(longestText);
+    const QString beginning = withoutControls(text.left(longestText));
+    QStringView rest = beginning;
     while (m_bottom < m_label.height()) {
         const qsizetype length = paragraphLength(rest);
         addParagraph(rest.left(length), m_bottom);
@@ -59,7 +74,8 @@ void ThumbText::addParagraph(QStringView text, double top)
         auto layout = std::make_unique<QTextLayout>(text.left(length).toString(), m_font);
         const double bottom = wrap(*layout, top);
         const QTextLine last = layout->lineAt(layout->lineCount() - 1);
-        const bool isFull = bottom >= m_label.height() && last.textStart() + last.textLength() < length;
+        const bool isFull =
+            bottom >= m_label.height() && last.textStart() + last.textLength() < length;
         if (length < text.size() && !isFull)
             continue;
         m_paragraphs.push_back(std::move(layout));
@@ -73,6 +89,8 @@ double ThumbText::wrap(QTextLayout &layout, double top) const
     QTextOption option;
     option.setWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
     option.setTabStopDistance(tabDistance);
+    if (layout.text().isRightToLeft())
+        option.setAlignment(Qt::AlignRight);
     layout.setTextOption(option);
     layout.beginLayout();
     while (top < m_label.height()) {

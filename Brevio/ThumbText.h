@@ -35,7 +35,6 @@ public:
     void draw(QPainter &painter, const QColor &ink) const;
 
 private:
-
     /// Wraps a paragraph from `top` down to the lower edge; returns where the next one begins.
     double wrap(QTextLayout &layout, double top) const;
     void addParagraph(QStringView text, double top);
