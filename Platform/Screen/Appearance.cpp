@@ -1,6 +1,130 @@
 #include "Platform/Screen/Appearance.h"
 
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDBusPendingCallWatcher>
+#include <QDBusPendingReply>
+#include <QDBusVariant>
+#include <QEvent>
+#include <QFileInfo>
+#include <QGuiApplication>
+#include <QLoggingCategory>
+#include <QPalette>
+
+#include <optional>
+#include <utility>
+
 namespace Platform {
+
+namespace {
+
+Q_LOGGING_CATEGORY(log, "brevio.appearance", QtWarningMsg)
+
+const QString portalService   = QStringLiteral("org.freedesktop.portal.Desktop");
+const QString portalPath      = QStringLiteral("/org/freedesktop/portal/desktop");
+const QString portalInterface = QStringLiteral("org.freedesktop.portal.Settings");
+const QString settingsGroup   = QStringLiteral("org.freedesktop.appearance");
+const QString settingsKey     = QStringLiteral("color-scheme");
+
+/// Asking for a bus that is not there could start one, which takes its time.
+bool hasSessionBus()
+{
+    return !qEnvironmentVariableIsEmpty("DBUS_SESSION_BUS_ADDRESS")
+           || QFileInfo::exists(qEnvironmentVariable("XDG_RUNTIME_DIR") + QStringLiteral("/bus"));
+}
+
+/// What a portal's answer, wrapped in any number of variants, asks for; empty for no preference.
+std::optional<ColorScheme> statedScheme(QVariant value)
+{
+    while (value.canConvert<QDBusVariant>())
+        value = value.value<QDBusVariant>().variant();
+    switch (value.toUInt()) {
+    case 1: return ColorScheme::Dark;
+    case 2: return ColorScheme::Light;
+    default: return std::nullopt;
+    }
+}
+
+ColorScheme paletteScheme()
+{
+    const QPalette palette = QGuiApplication::palette();
+    return palette.color(QPalette::Window).lightness()
+                   < palette.color(QPalette::WindowText).lightness()
+               ? ColorScheme::Dark
+               : ColorScheme::Light;
+}
+
+class DesktopAppearance final : public Appearance
+{
+    Q_OBJECT
+
+public:
+    DesktopAppearance()
+        : m_scheme(paletteScheme())
+    {
+        qGuiApp->installEventFilter(this);
+        if (hasSessionBus())
+            askPortal();
+    }
+
+    [[nodiscard]] ColorScheme scheme() const override { return m_scheme; }
+
+    bool eventFilter(QObject *watched, QEvent *event) override
+    {
+        if (event->type() == QEvent::ApplicationPaletteChange && watched == qGuiApp)
+            update();
+        return false;
+    }
+
+private Q_SLOTS:
+    void settingChanged(const QString &group, const QString &key, const QDBusVariant &value)
+    {
+        if (group == settingsGroup && key == settingsKey)
+            setStated(statedScheme(value.variant()));
+    }
+
+private:
+    void askPortal()
+    {
+        QDBusConnection bus = QDBusConnection::sessionBus();
+        if (!bus.isConnected())
+            return;
+        // Naming the service here would make Qt wait for the bus to say who owns it.
+        bus.connect(QString(), portalPath, portalInterface, QStringLiteral("SettingChanged"), this,
+                    SLOT(settingChanged(QString, QString, QDBusVariant)));
+        QDBusMessage question = QDBusMessage::createMethodCall(portalService, portalPath,
+                                                               portalInterface,
+                                                               QStringLiteral("Read"));
+        question << settingsGroup << settingsKey;
+        auto *watcher = new QDBusPendingCallWatcher(bus.asyncCall(question), this);
+        connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher] {
+            watcher->deleteLater();
+            const QDBusPendingReply<QDBusVariant> reply = *watcher;
+            if (reply.isError())
+                qCInfo(log) << "no stated preference:" << reply.error().message();
+            else
+                setStated(statedScheme(reply.value().variant()));
+        });
+    }
+
+    void setStated(std::optional<ColorScheme> stated)
+    {
+        m_stated = stated;
+        update();
+    }
+
+    void update()
+    {
+        const ColorScheme scheme = m_stated.value_or(paletteScheme());
+        if (std::exchange(m_scheme, scheme) != scheme)
+            Q_EMIT changed(scheme);
+    }
+
+    std::optional<ColorScheme> m_stated; ///< empty while no portal has said anything
+    ColorScheme m_scheme;
+};
+
+} // namespace
 
 const DynamicColor &systemYellow()
 {
@@ -9,4 +133,11 @@ const DynamicColor &systemYellow()
     return yellow;
 }
 
+std::unique_ptr<Appearance> Appearance::createForDesktop()
+{
+    return std::make_unique<DesktopAppearance>();
+}
+
 } // namespace Platform
+
+#include "Appearance.moc"

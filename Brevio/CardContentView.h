@@ -1,0 +1,71 @@
+#pragma once
+
+#include "Platform/Core/MainQueue.h"
+#include "Platform/Screen/Animation.h"
+#include "Platform/Screen/Appearance.h"
+
+#include <QAbstractButton>
+
+#include <functional>
+
+namespace Brevio {
+
+class BoundedTextView;
+
+/// The face of the card: the editor, the yellow mark of a pinned note, and the button that opens
+/// the grid, which shows while the pointer moves over the card. Paints no background: the
+/// container's cream lies behind. Main thread only.
+class CardContentView final : public QWidget
+{
+    Q_OBJECT
+
+public:
+    /// The paper.
+    [[nodiscard]] static const Platform::DynamicColor &cardCream();
+    /// What is written on it.
+    [[nodiscard]] static const Platform::DynamicColor &cardInk();
+
+    /// The appearance and the queue must outlive the view.
+    CardContentView(Platform::Appearance &appearance, Platform::MainQueue &queue,
+                    QWidget *parent = nullptr);
+
+    /// Owned by the view; lives as long.
+    [[nodiscard]] BoundedTextView *textView() const { return m_textView; }
+    [[nodiscard]] QAbstractButton *gridButton() const;
+    /// 0 while nobody moves the pointer over the card, 1 while somebody does.
+    [[nodiscard]] double gridButtonAlpha() const;
+
+    /// The mark is hidden at first.
+    [[nodiscard]] bool isPinIndicatorHidden() const;
+    void setPinIndicatorHidden(bool hidden);
+
+    /// The grid button was pressed; it can be while it is transparent.
+    std::function<void()> onGridButtonTapped;
+
+protected:
+    bool eventFilter(QObject *watched, QEvent *event) override;
+    void enterEvent(QEnterEvent *event) override;
+    void leaveEvent(QEvent *event) override;
+    void mouseMoveEvent(QMouseEvent *event) override;
+    void hideEvent(QHideEvent *event) override;
+    void resizeEvent(QResizeEvent *event) override;
+
+private:
+    class GridButton;
+    class PinMark;
+
+    void applyColors();
+    void pointerMoved();
+    void fadeGridButton(double alpha);
+
+    Platform::Appearance &m_appearance;
+    Platform::MainQueue &m_queue;
+    BoundedTextView *m_textView;
+    PinMark *m_pinIndicator;
+    GridButton *m_gridButton;
+    double m_gridButtonTarget = 0.0;
+    Platform::Animation m_fade;
+    Platform::MainQueue::Pending m_idle;
+};
+
+} // namespace Brevio

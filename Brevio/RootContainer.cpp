@@ -1,0 +1,223 @@
+#include "Brevio/RootContainer.h"
+
+#include "Brevio/CardContentView.h"
+#include "Brevio/ToastView.h"
+
+#include <QPainter>
+
+#include <algorithm>
+#include <cmath>
+#include <numbers>
+
+namespace Brevio {
+
+namespace {
+
+constexpr double cornerRadius  = 14.0;
+/// How far along the edges a corner begins to bend, in radii, and the exponent of the superellipse
+/// that it follows, chosen so that it passes the middle where a circle of the radius would.
+constexpr double cornerReach   = 1.528;
+constexpr double cornerPower   = 3.26;
+constexpr int    cornerSteps   = 24;
+/// The hairline that keeps a cream sheet apart from a white window behind it.
+constexpr double hairline      = 1.0;
+constexpr double hairlineAlpha = 0.10;
+
+} // namespace
+
+/// Lies over the faces and gives the sheet its shape: it cuts the corners of whatever was painted
+/// beneath. While a face is partly transparent it also paints all that is seen, the live faces
+/// beneath going on with their work, mouse and keys included.
+class RootContainer::Veil final : public QWidget
+{
+public:
+    explicit Veil(RootContainer *root)
+        : QWidget(root)
+        , m_root(root)
+    {
+        setAttribute(Qt::WA_TransparentForMouseEvents);
+        setAttribute(Qt::WA_NoSystemBackground);
+        setFocusPolicy(Qt::NoFocus);
+    }
+
+    void setMixing(bool mixing)
+    {
+        m_isMixing = mixing;
+        // At rest only the edge is covered, so that the faces scroll and repaint unhindered.
+        const int reach = static_cast<int>(std::ceil(cornerRadius * cornerReach));
+        const QRect all = rect();
+        if (mixing || all.width() <= 2 * reach || all.height() <= 2 * reach) {
+            clearMask();
+        } else {
+            QRegion edge(all);
+            edge -= all.adjusted(reach, 1, -reach, -1);
+            edge -= all.adjusted(1, reach, -1, -reach);
+            setMask(edge);
+        }
+        update();
+    }
+
+protected:
+    void paintEvent(QPaintEvent *) override
+    {
+        const QPainterPath shape = outline(rect());
+        QPainter painter(this);
+        painter.setRenderHint(QPainter::Antialiasing);
+        if (m_isMixing) {
+            painter.setCompositionMode(QPainter::CompositionMode_Clear);
+            painter.fillRect(rect(), Qt::black);
+            painter.setCompositionMode(QPainter::CompositionMode_SourceOver);
+            const QImage picture = mixedFaces();
+            QBrush brush(picture);
+            brush.setTransform(QTransform::fromScale(1.0 / picture.devicePixelRatio(),
+                                                     1.0 / picture.devicePixelRatio()));
+            painter.fillPath(shape, brush);
+        } else {
+            QPainterPath outside;
+            outside.addRect(rect());
+            painter.setCompositionMode(QPainter::CompositionMode_DestinationOut);
+            painter.fillPath(outside.subtracted(shape), Qt::black);
+        }
+        painter.setCompositionMode(QPainter::CompositionMode_SourceAtop);
+        QPen pen(CardContentView::cardInk().resolved(m_root->m_appearance.scheme(), hairlineAlpha));
+        pen.setWidthF(hairline);
+        const double half = hairline / 2.0;
+        painter.strokePath(outline(QRectF(rect()).adjusted(half, half, -half, -half)), pen);
+    }
+
+private:
+    [[nodiscard]] QImage transparentImage() const
+    {
+        QImage image(size() * devicePixelRatioF(), QImage::Format_ARGB32_Premultiplied);
+        image.setDevicePixelRatio(devicePixelRatioF());
+        image.fill(Qt::transparent);
+        return image;
+    }
+
+    /// The sheet without its corners. The faces are added up before they go onto the paper: laid
+    /// over one another, two half transparent ones would let the paper through what both show.
+    [[nodiscard]] QImage mixedFaces() const
+    {
+        double total = 0.0;
+        for (const FaceState &face : m_root->m_faces)
+            total += face.isHidden ? 0.0 : face.alpha;
+        constexpr double rounding = 1e-6;
+        const auto mode = total <= 1.0 + rounding ? QPainter::CompositionMode_Plus
+                                                  : QPainter::CompositionMode_SourceOver;
+        QImage faces = transparentImage();
+        for (const FaceState &face : m_root->m_faces) {
+            if (face.isHidden || face.alpha <= 0.0)
+                continue;
+            QImage picture = transparentImage();
+            face.widget->render(&picture, {}, {}, QWidget::DrawChildren);
+            QPainter painter(&faces);
+            painter.setCompositionMode(mode);
+            painter.setOpacity(face.alpha);
+            painter.drawImage(0, 0, picture);
+        }
+        QImage sheet = transparentImage();
+        sheet.fill(CardContentView::cardCream().resolved(m_root->m_appearance.scheme()));
+        QPainter(&sheet).drawImage(0, 0, faces);
+        return sheet;
+    }
+
+    RootContainer *m_root;
+    bool m_isMixing = false;
+};
+
+RootContainer::RootContainer(CardContentView *card, QWidget *grid, ToastView *toast,
+                             Platform::Appearance &appearance, QWidget *parent)
+    : QWidget(parent)
+    , m_appearance(appearance)
+    , m_faces{{{grid, 0.0, false, {}}, {card, 1.0, false, {}}, {toast, 0.0, false, {}}}}
+    , m_veil(new Veil(this))
+{
+    for (const FaceState &face : m_faces) {
+        face.widget->setParent(this);
+        face.widget->raise();
+    }
+    m_veil->raise();
+    connect(&appearance, &Platform::Appearance::changed, this, [this] { update(); });
+    resize(card->size());
+    updateFaces();
+}
+
+QPainterPath RootContainer::outline(const QRectF &rect)
+{
+    const double reach =
+        std::min({cornerRadius * cornerReach, rect.width() / 2.0, rect.height() / 2.0});
+    QPolygonF polygon;
+    const auto addCorner = [&](const QPointF &corner, int xSign, int ySign, bool isReversed) {
+        for (int i = 0; i <= cornerSteps; ++i) {
+            const int step = isReversed ? cornerSteps - i : i;
+            const double angle = std::numbers::pi / 2.0 * step / cornerSteps;
+            // From the vertical edge (step 0) to the horizontal one.
+            const double x = 1.0 - std::pow(std::max(std::cos(angle), 0.0), 2.0 / cornerPower);
+            const double y = 1.0 - std::pow(std::max(std::sin(angle), 0.0), 2.0 / cornerPower);
+            polygon << corner + QPointF(xSign * reach * x, ySign * reach * y);
+        }
+    };
+    addCorner(rect.topLeft(), 1, 1, false);
+    addCorner(rect.topRight(), -1, 1, true);
+    addCorner(rect.bottomRight(), -1, -1, false);
+    addCorner(rect.bottomLeft(), 1, -1, true);
+    QPainterPath path;
+    path.addPolygon(polygon);
+    path.closeSubpath();
+    return path;
+}
+
+void RootContainer::setAlpha(Face face, double alpha)
+{
+    state(face).alpha = std::clamp(alpha, 0.0, 1.0);
+    updateFaces();
+}
+
+void RootContainer::setHidden(Face face, bool hidden)
+{
+    FaceState &changed = state(face);
+    if (changed.isHidden == hidden)
+        return;
+    changed.isHidden = hidden;
+    if (hidden) {
+        QWidget *focused = window()->focusWidget();
+        changed.focusBefore =
+            focused && changed.widget->isAncestorOf(focused) ? focused : nullptr;
+        // Hiding would hand the keyboard to whatever comes next, a tile for example.
+        if (changed.focusBefore)
+            focused->clearFocus();
+    }
+    updateFaces();
+    if (!hidden && changed.focusBefore && !window()->focusWidget())
+        changed.focusBefore->setFocus();
+}
+
+void RootContainer::updateFaces()
+{
+    bool isMixing = false;
+    for (const FaceState &face : m_faces) {
+        const bool isToast = &face == &state(Face::Toast);
+        // Nothing is lost with a toast that cannot be seen; the other faces may have the keyboard.
+        const bool isShown = !face.isHidden && (!isToast || face.alpha > 0.0);
+        face.widget->setVisible(isShown);
+        isMixing = isMixing || (isShown && face.alpha < 1.0);
+    }
+    m_veil->setMixing(isMixing);
+    update();
+}
+
+void RootContainer::resizeEvent(QResizeEvent *event)
+{
+    QWidget::resizeEvent(event);
+    for (const FaceState &face : m_faces)
+        face.widget->setGeometry(rect());
+    m_veil->setGeometry(rect());
+    updateFaces();
+}
+
+void RootContainer::paintEvent(QPaintEvent *)
+{
+    QPainter(this).fillRect(rect(), CardContentView::cardCream().resolved(m_appearance.scheme()));
+}
+
+} // namespace Brevio

@@ -1,0 +1,42 @@
+#include "Brevio/ToastView.h"
+
+#include "Brevio/CardContentView.h"
+#include "Platform/Screen/Fonts.h"
+
+namespace Brevio {
+
+namespace {
+
+constexpr double messagePoints = 22.0;
+constexpr double fallbackPoints = 20.0;
+constexpr double inkAlpha = 0.6;
+
+} // namespace
+
+ToastView::ToastView(Platform::Appearance &appearance, QWidget *parent)
+    : QLabel(parent)
+    , m_appearance(appearance)
+{
+    setTextFormat(Qt::PlainText);
+    setAlignment(Qt::AlignCenter);
+    setAttribute(Qt::WA_TransparentForMouseEvents);
+    setFont(Platform::Fonts::baskerville(messagePoints, Platform::Fonts::Slant::Italic,
+                                         fallbackPoints));
+    connect(&appearance, &Platform::Appearance::changed, this, &ToastView::applyColors);
+    applyColors();
+}
+
+void ToastView::setMessage(const QString &message)
+{
+    setText(message);
+}
+
+void ToastView::applyColors()
+{
+    QPalette colors = palette();
+    colors.setColor(QPalette::WindowText,
+                    CardContentView::cardInk().resolved(m_appearance.scheme(), inkAlpha));
+    setPalette(colors);
+}
+
+} // namespace Brevio

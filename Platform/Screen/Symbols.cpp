@@ -1,0 +1,103 @@
+#include "Platform/Screen/Symbols.h"
+
+#include <QPainter>
+#include <QPainterPathStroker>
+#include <QTransform>
+
+#include <cmath>
+
+namespace Platform::Symbols {
+
+namespace {
+
+/// The drawings are made in a square of this many units.
+constexpr double unitsAcross = 24.0;
+constexpr double regularStroke = 1.6;
+constexpr double semiboldStroke = 2.1;
+
+QPainterPath stroked(const QPainterPath &line, double width)
+{
+    QPainterPathStroker stroker;
+    stroker.setWidth(width);
+    stroker.setCapStyle(Qt::RoundCap);
+    stroker.setJoinStyle(Qt::RoundJoin);
+    return stroker.createStroke(line);
+}
+
+/// A sheet with three lines of writing, the last one short.
+QPainterPath noteText(double stroke)
+{
+    QPainterPath lines;
+    lines.addRoundedRect(QRectF(3.2, 4.2, 17.6, 15.6), 3.4, 3.4);
+    for (const auto &[y, end] : {std::pair{8.6, 16.6}, {12.0, 16.6}, {15.4, 12.6}}) {
+        lines.moveTo(7.4, y);
+        lines.lineTo(end, y);
+    }
+    return stroked(lines, stroke);
+}
+
+QPainterPath grid(double stroke)
+{
+    constexpr double side = 4.4;
+    constexpr double pitch = 6.8;
+    constexpr double first = (unitsAcross - 2.0 * pitch - side) / 2.0;
+    QPainterPath squares;
+    for (int row = 0; row < 3; ++row) {
+        for (int column = 0; column < 3; ++column)
+            squares.addRoundedRect(QRectF(first + pitch * column, first + pitch * row, side, side),
+                                   1.0, 1.0);
+    }
+    // Nine outlines at the full weight would run together.
+    return stroked(squares, stroke * 0.8);
+}
+
+QPainterPath microphone(double stroke)
+{
+    QPainterPath capsule;
+    capsule.addRoundedRect(QRectF(8.6, 2.0, 6.8, 12.6), 3.4, 3.4);
+
+    QPainterPath stand;
+    stand.moveTo(5.4, 10.8);
+    stand.lineTo(5.4, 11.4);
+    stand.arcTo(QRectF(5.4, 4.8, 13.2, 13.2), 180.0, 180.0);
+    stand.lineTo(18.6, 10.8);
+    stand.moveTo(12.0, 18.0);
+    stand.lineTo(12.0, 21.6);
+    stand.moveTo(8.6, 21.6);
+    stand.lineTo(15.4, 21.6);
+    return capsule.united(stroked(stand, stroke));
+}
+
+} // namespace
+
+QPainterPath path(const QString &name, double points, Weight weight)
+{
+    const double stroke = weight == Weight::Semibold ? semiboldStroke : regularStroke;
+    QPainterPath drawing;
+    if (name == QLatin1String("note.text"))
+        drawing = noteText(stroke);
+    else if (name == QLatin1String("square.grid.3x3"))
+        drawing = grid(stroke);
+    else if (name == QLatin1String("mic.fill"))
+        drawing = microphone(stroke);
+    drawing.setFillRule(Qt::WindingFill);
+    return QTransform::fromScale(points / unitsAcross, points / unitsAcross).map(drawing);
+}
+
+QImage image(const QString &name, double points, const QColor &tint, double devicePixelRatio,
+             Weight weight)
+{
+    const QPainterPath drawing = path(name, points, weight);
+    if (drawing.isEmpty())
+        return {};
+    const int side = static_cast<int>(std::ceil(points * devicePixelRatio));
+    QImage result(side, side, QImage::Format_ARGB32_Premultiplied);
+    result.setDevicePixelRatio(devicePixelRatio);
+    result.fill(Qt::transparent);
+    QPainter painter(&result);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.fillPath(drawing, tint);
+    return result;
+}
+
+} // namespace Platform::Symbols
