@@ -16,6 +16,9 @@ constexpr QSize panelSize{460, 280};
 constexpr double cornerRadius = 14.0;
 const auto originKey = QStringLiteral("brevio.card.lastOrigin");
 
+/// How long after a showing a window manager may still be correcting the place.
+constexpr auto settlingTime = std::chrono::milliseconds(300);
+
 constexpr auto shakeDuration = std::chrono::milliseconds(220);
 constexpr double shakeWidth = 6.0;
 constexpr std::array shakeOffsets = {
@@ -142,6 +145,10 @@ void CardPanel::stopShaking()
 
 void CardPanel::makeKeyAndOrderFront()
 {
+    if (!isVisible()) {
+        m_settlesAt = m_queue.now() + settlingTime;
+        m_insisted = false;
+    }
     m_window->present();
 }
 
@@ -181,8 +188,13 @@ void CardPanel::moveEvent(QMoveEvent *event)
     if (echo)
         return;
     m_expectedPositions.clear();
+    const bool settling = m_queue.now() < m_settlesAt;
+    if (settling && !std::exchange(m_insisted, true)) {
+        placeAt(m_origin);
+        return;
+    }
     m_origin = m_screens.originOf(*this);
-    if (windowDidMove)
+    if (windowDidMove && !settling)
         windowDidMove();
 }
 

@@ -83,6 +83,9 @@ private:
     /// Positions asked for whose echo is still to come from the window manager.
     std::vector<QPoint> m_expectedPositions;
     bool m_placing = false;
+    /// Until then a move is the window manager's idea of where a new window should be.
+    Platform::MainQueue::Moment m_settlesAt{};
+    bool m_insisted = false;
     /// The point of the panel that the user holds while dragging.
     std::optional<QPoint> m_grip;
 };

@@ -245,7 +245,7 @@ private Q_SLOTS:
         QCOMPARE(QPointF(saved.value(u"x").toDouble(), saved.value(u"y").toDouble()), expected);
     }
 
-    void aMoveByTheWindowManagerIsReportedAndOurOwnIsNot()
+    void aMoveIsReportedUnlessItIsOurOwnOrCorrectsAShowing()
     {
         m_defaults->set(originKey, json(R"({"x": 30, "y": 40})"));
         CardPanel panel = makePanel();
@@ -253,8 +253,14 @@ private Q_SLOTS:
         panel.windowDidMove = [&] { ++moves; };
         panel.makeKeyAndOrderFront();
         panel.restoreOrigin();
+        const QPoint wanted = panel.pos();
+        panel.move(70, 90);
+        QCOMPARE(panel.pos(), wanted);
+        panel.move(80, 90);
+        QCOMPARE(panel.origin(), m_screens.originOf(panel));
         QCOMPARE(moves, 0);
 
+        m_queue->advance(1s);
         panel.move(70, 90);
         QCOMPARE(moves, 1);
         QCOMPARE(panel.origin(), m_screens.originOf(panel));

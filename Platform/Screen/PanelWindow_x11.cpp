@@ -3,12 +3,16 @@
 #include "Platform/Core/UserTime.h"
 #include "Platform/Screen/X11.h"
 
+#include <QAbstractNativeEventFilter>
 #include <QBitmap>
+#include <QCoreApplication>
 #include <QEvent>
 #include <QPainter>
 #include <QWidget>
 
 #include <chrono>
+
+#include <xcb/xcb.h>
 
 namespace Platform {
 
@@ -18,12 +22,15 @@ using SteadyClock = std::chrono::steady_clock;
 
 constexpr auto windowClass = "brevio\0Brevio\0";
 constexpr auto windowClassLength = 14;
+constexpr std::uint8_t sentByClient = 0x80;
 constexpr std::uint32_t allDesktops = 0xFFFFFFFF;
-constexpr std::uint32_t sourceApplication = 1;
+/// "A direct user action": unlike an application's own wish it is not weighed against what the user
+/// did in the meantime.
+constexpr std::uint32_t sourceUser = 2;
 /// A window manager that has not handed over the keyboard by then has refused to.
 constexpr auto answerTime = std::chrono::milliseconds(500);
 
-class X11PanelWindow final : public QObject, public PanelWindow
+class X11PanelWindow final : public QObject, public QAbstractNativeEventFilter, public PanelWindow
 {
 public:
     X11PanelWindow(QWidget &window, double cornerRadius)
@@ -31,6 +38,7 @@ public:
         , m_cornerRadius(cornerRadius)
     {
         window.installEventFilter(this);
+        QCoreApplication::instance()->installNativeEventFilter(this);
     }
 
     void present() override;
@@ -40,12 +48,14 @@ public:
 
 protected:
     bool eventFilter(QObject *watched, QEvent *event) override;
+    bool nativeEventFilter(const QByteArray &type, void *message, qintptr *result) override;
 
 private:
     [[nodiscard]] X11::Window handle() const { return static_cast<X11::Window>(m_window.winId()); }
     [[nodiscard]] bool isComposed() const { return m_server.ownerOf("_NET_WM_CM_S0") != 0; }
     void cutCorners();
     void stateWishes();
+    void restateSticky();
     void takeKeyboard();
 
     X11::Server m_server = *X11::Server::current();
@@ -110,8 +120,7 @@ void X11PanelWindow::takeKeyboard()
     m_asked = SteadyClock::now();
     if (m_server.hasManager()) {
         m_previousFocus = 0;
-        m_server.tellManager(handle(), "_NET_ACTIVE_WINDOW",
-                             {sourceApplication, UserTime::latest(), 0});
+        m_server.tellManager(handle(), "_NET_ACTIVE_WINDOW", {sourceUser, UserTime::latest(), 0});
     } else {
         m_previousFocus = focus;
         // Qt's request to show the window is ahead of this one on the same connection.
@@ -149,6 +158,29 @@ bool X11PanelWindow::eventFilter(QObject *watched, QEvent *event)
     if (watched == &m_window && event->type() == QEvent::WindowActivate)
         m_asked.reset();
     return false;
+}
+
+bool X11PanelWindow::nativeEventFilter(const QByteArray &, void *message, qintptr *)
+{
+    const auto *event = static_cast<const xcb_generic_event_t *>(message);
+    if ((event->response_type & ~sentByClient) == XCB_PROPERTY_NOTIFY && m_window.isVisible()) {
+        const auto *change = reinterpret_cast<const xcb_property_notify_event_t *>(event);
+        if (change->window == handle() && change->atom == m_server.atom("_NET_WM_STATE"))
+            restateSticky();
+    }
+    return false;
+}
+
+/// Some window managers keep the window on all workspaces and yet leave that out of its state.
+void X11PanelWindow::restateSticky()
+{
+    const auto sticky = m_server.atom("_NET_WM_STATE_STICKY");
+    auto states = m_server.values(handle(), "_NET_WM_STATE");
+    if (states.empty() || std::find(states.begin(), states.end(), sticky) != states.end() ||
+        m_server.values(handle(), "_NET_WM_DESKTOP") != std::vector{allDesktops})
+        return;
+    states.push_back(sticky);
+    m_server.setValues(handle(), "_NET_WM_STATE", "ATOM", states);
 }
 
 } // namespace
