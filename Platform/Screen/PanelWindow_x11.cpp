@@ -1,0 +1,193 @@
+#include "Platform/Screen/PanelWindow_x11.h"
+
+#include "Platform/Core/UserTime.h"
+#include "Platform/Screen/X11.h"
+
+#include <QAbstractNativeEventFilter>
+#include <QBitmap>
+#include <QCoreApplication>
+#include <QEvent>
+#include <QPainter>
+#include <QWidget>
+
+#include <chrono>
+
+#include <xcb/xcb.h>
+
+namespace Platform {
+
+namespace {
+
+using SteadyClock = std::chrono::steady_clock;
+
+constexpr auto windowClass = "brevio\0Brevio\0";
+constexpr auto windowClassLength = 14;
+constexpr std::uint8_t sentByClient = 0x80;
+constexpr std::uint32_t allDesktops = 0xFFFFFFFF;
+/// "A direct user action": unlike an application's own wish it is not weighed against what the user
+/// did in the meantime.
+constexpr std::uint32_t sourceUser = 2;
+/// A window manager that has not handed over the keyboard by then has refused to.
+constexpr auto answerTime = std::chrono::milliseconds(500);
+
+class X11PanelWindow final : public QObject, public QAbstractNativeEventFilter, public PanelWindow
+{
+public:
+    X11PanelWindow(QWidget &window, double cornerRadius)
+        : m_window(window)
+        , m_cornerRadius(cornerRadius)
+    {
+        window.installEventFilter(this);
+        QCoreApplication::instance()->installNativeEventFilter(this);
+    }
+
+    void present() override;
+    void dismiss() override;
+    bool isKey() const override;
+    void setOpacity(double opacity) override;
+
+protected:
+    bool eventFilter(QObject *watched, QEvent *event) override;
+    bool nativeEventFilter(const QByteArray &type, void *message, qintptr *result) override;
+
+private:
+    [[nodiscard]] X11::Window handle() const { return static_cast<X11::Window>(m_window.winId()); }
+    [[nodiscard]] bool isComposed() const { return m_server.ownerOf("_NET_WM_CM_S0") != 0; }
+    void cutCorners();
+    void stateWishes();
+    void restateSticky();
+    void takeKeyboard();
+
+    X11::Server m_server = *X11::Server::current();
+    QWidget &m_window;
+    double m_cornerRadius;
+    double m_opacity = 1.0;
+    /// Who had the keyboard before us. Only kept where no window manager remembers it.
+    X11::Window m_previousFocus = 0;
+    /// When the keyboard was asked for, until it came.
+    std::optional<SteadyClock::time_point> m_asked;
+};
+
+void X11PanelWindow::present()
+{
+    if (!m_window.isVisible()) {
+        cutCorners();
+        stateWishes();
+        setOpacity(m_opacity);
+    }
+    m_window.show();
+    m_window.raise();
+    takeKeyboard();
+}
+
+/// A mask set on a visible window would only count at its next showing, and a compositor may come
+/// and go between two of them.
+void X11PanelWindow::cutCorners()
+{
+    if (isComposed()) {
+        m_window.clearMask();
+        return;
+    }
+    QBitmap mask(m_window.size());
+    mask.fill(Qt::color0);
+    QPainter painter(&mask);
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(Qt::color1);
+    painter.drawRoundedRect(QRectF(m_window.rect()), m_cornerRadius, m_cornerRadius);
+    painter.end();
+    m_window.setMask(mask);
+}
+
+/// Window managers take these away when a window is hidden, so they are stated at every showing.
+void X11PanelWindow::stateWishes()
+{
+    m_server.setText(handle(), "WM_CLASS", QByteArray(windowClass, windowClassLength));
+    m_server.setValues(handle(), "_NET_WM_DESKTOP", "CARDINAL", {allDesktops});
+    m_server.setValues(handle(), "_NET_WM_STATE", "ATOM",
+                       {m_server.atom("_NET_WM_STATE_ABOVE"), m_server.atom("_NET_WM_STATE_STICKY"),
+                        m_server.atom("_NET_WM_STATE_SKIP_TASKBAR"),
+                        m_server.atom("_NET_WM_STATE_SKIP_PAGER")});
+    // Zero would say that the window must not be focused.
+    if (const auto time = UserTime::latest(); time != 0)
+        m_server.setValues(handle(), "_NET_WM_USER_TIME", "CARDINAL", {time});
+}
+
+void X11PanelWindow::takeKeyboard()
+{
+    const auto focus = m_server.focus();
+    if (focus == handle())
+        return;
+    m_asked = SteadyClock::now();
+    if (m_server.hasManager()) {
+        m_previousFocus = 0;
+        m_server.tellManager(handle(), "_NET_ACTIVE_WINDOW", {sourceUser, UserTime::latest(), 0});
+    } else {
+        m_previousFocus = focus;
+        // Qt's request to show the window is ahead of this one on the same connection.
+        m_server.setFocus(handle(), 0);
+    }
+}
+
+void X11PanelWindow::dismiss()
+{
+    const bool hadKeyboard = isKey();
+    m_asked.reset();
+    m_window.hide();
+    if (const auto previous = std::exchange(m_previousFocus, 0); previous != 0 && hadKeyboard)
+        m_server.setFocus(previous, 0);
+}
+
+bool X11PanelWindow::isKey() const
+{
+    if (!m_window.isVisible())
+        return false;
+    // The server is asked because Qt takes a grab of the keyboard for a loss of the focus.
+    if (m_asked && SteadyClock::now() - *m_asked < answerTime)
+        return true;
+    return m_server.focus() == handle();
+}
+
+void X11PanelWindow::setOpacity(double opacity)
+{
+    m_opacity = opacity;
+    m_window.setWindowOpacity(isComposed() ? opacity : 1.0);
+}
+
+bool X11PanelWindow::eventFilter(QObject *watched, QEvent *event)
+{
+    if (watched == &m_window && event->type() == QEvent::WindowActivate)
+        m_asked.reset();
+    return false;
+}
+
+bool X11PanelWindow::nativeEventFilter(const QByteArray &, void *message, qintptr *)
+{
+    const auto *event = static_cast<const xcb_generic_event_t *>(message);
+    if ((event->response_type & ~sentByClient) == XCB_PROPERTY_NOTIFY && m_window.isVisible()) {
+        const auto *change = reinterpret_cast<const xcb_property_notify_event_t *>(event);
+        if (change->window == handle() && change->atom == m_server.atom("_NET_WM_STATE"))
+            restateSticky();
+    }
+    return false;
+}
+
+/// Some window managers keep the window on all workspaces and yet leave that out of its state.
+void X11PanelWindow::restateSticky()
+{
+    const auto sticky = m_server.atom("_NET_WM_STATE_STICKY");
+    auto states = m_server.values(handle(), "_NET_WM_STATE");
+    if (states.empty() || std::find(states.begin(), states.end(), sticky) != states.end() ||
+        m_server.values(handle(), "_NET_WM_DESKTOP") != std::vector{allDesktops})
+        return;
+    states.push_back(sticky);
+    m_server.setValues(handle(), "_NET_WM_STATE", "ATOM", states);
+}
+
+} // namespace
+
+std::unique_ptr<PanelWindow> createPanelWindowOnX11(QWidget &window, double cornerRadius)
+{
+    return std::make_unique<X11PanelWindow>(window, cornerRadius);
+}
+
+} // namespace Platform

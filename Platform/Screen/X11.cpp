@@ -1,0 +1,137 @@
+#include "Platform/Screen/X11.h"
+
+#include <QGuiApplication>
+#include <QHash>
+
+#include <cstdlib>
+#include <memory>
+
+#include <xcb/xcb.h>
+
+namespace Platform::X11 {
+
+namespace {
+
+/// Far more than any of the lists read here, in 32-bit units.
+constexpr std::uint32_t longestProperty = 4096;
+
+struct FreeReply
+{
+    void operator()(void *reply) const { std::free(reply); }
+};
+template <class Reply>
+using ReplyPointer = std::unique_ptr<Reply, FreeReply>;
+
+} // namespace
+
+std::optional<Server> Server::current()
+{
+    const auto *native =
+        qGuiApp ? qGuiApp->nativeInterface<QNativeInterface::QX11Application>() : nullptr;
+    if (!native || !native->connection())
+        return {};
+    Server server;
+    server.m_connection = native->connection();
+    server.m_root = xcb_setup_roots_iterator(xcb_get_setup(server.m_connection)).data->root;
+    return server;
+}
+
+QSize Server::desktopSize() const
+{
+    const ReplyPointer<xcb_get_geometry_reply_t> reply(
+        xcb_get_geometry_reply(m_connection, xcb_get_geometry(m_connection, m_root), nullptr));
+    return reply ? QSize(reply->width, reply->height) : QSize();
+}
+
+Atom Server::atom(const QByteArray &name) const
+{
+    static QHash<QByteArray, Atom> atoms;
+    if (const auto found = atoms.constFind(name); found != atoms.cend())
+        return *found;
+    const auto cookie =
+        xcb_intern_atom(m_connection, 0, static_cast<std::uint16_t>(name.size()), name.constData());
+    const ReplyPointer<xcb_intern_atom_reply_t> reply(
+        xcb_intern_atom_reply(m_connection, cookie, nullptr));
+    return reply ? *atoms.insert(name, reply->atom) : Atom(XCB_ATOM_NONE);
+}
+
+Window Server::ownerOf(const QByteArray &selection) const
+{
+    const ReplyPointer<xcb_get_selection_owner_reply_t> reply(xcb_get_selection_owner_reply(
+        m_connection, xcb_get_selection_owner(m_connection, atom(selection)), nullptr));
+    return reply ? reply->owner : Window(XCB_WINDOW_NONE);
+}
+
+Server::Question Server::ask(Window window, const QByteArray &property) const
+{
+    return {xcb_get_property(m_connection, 0, window, atom(property), XCB_GET_PROPERTY_TYPE_ANY, 0,
+                             longestProperty)
+                .sequence};
+}
+
+std::vector<std::uint32_t> Server::answer(Question question) const
+{
+    // A window may be gone by now; taking the error here keeps it out of Qt's hands.
+    xcb_generic_error_t *error = nullptr;
+    const ReplyPointer<xcb_get_property_reply_t> reply(
+        xcb_get_property_reply(m_connection, {question.sequence}, &error));
+    const ReplyPointer<xcb_generic_error_t> discarded(error);
+    if (!reply || reply->format != 32)
+        return {};
+    const auto *values = static_cast<const std::uint32_t *>(xcb_get_property_value(reply.get()));
+    return {values, values + reply->value_len};
+}
+
+void Server::setValues(Window window, const QByteArray &property, const QByteArray &type,
+                       const std::vector<std::uint32_t> &values) const
+{
+    xcb_change_property(m_connection, XCB_PROP_MODE_REPLACE, window, atom(property), atom(type), 32,
+                        static_cast<std::uint32_t>(values.size()), values.data());
+}
+
+void Server::setText(Window window, const QByteArray &property, const QByteArray &text) const
+{
+    xcb_change_property(m_connection, XCB_PROP_MODE_REPLACE, window, atom(property),
+                        XCB_ATOM_STRING, 8, static_cast<std::uint32_t>(text.size()),
+                        text.constData());
+}
+
+void Server::tellManager(Window window, const QByteArray &message,
+                         const std::vector<std::uint32_t> &values) const
+{
+    xcb_client_message_event_t event{};
+    event.response_type = XCB_CLIENT_MESSAGE;
+    event.format = 32;
+    event.window = window;
+    event.type = atom(message);
+    std::copy_n(values.begin(), std::min<std::size_t>(values.size(), 5), event.data.data32);
+    xcb_send_event(m_connection, 0, m_root,
+                   XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT | XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY,
+                   reinterpret_cast<const char *>(&event));
+    xcb_flush(m_connection);
+}
+
+bool Server::hasManager() const
+{
+    // A manager that died leaves its mark on the root; only a living one has the window it names.
+    const QByteArray mark = "_NET_SUPPORTING_WM_CHECK";
+    const auto named = values(m_root, mark);
+    return !named.empty() && values(named.front(), mark) == named;
+}
+
+Window Server::focus() const
+{
+    const ReplyPointer<xcb_get_input_focus_reply_t> reply(
+        xcb_get_input_focus_reply(m_connection, xcb_get_input_focus(m_connection), nullptr));
+    return reply ? reply->focus : Window(XCB_WINDOW_NONE);
+}
+
+void Server::setFocus(Window window, std::uint32_t time) const
+{
+    const auto cookie =
+        xcb_set_input_focus_checked(m_connection, XCB_INPUT_FOCUS_PARENT, window, time);
+    xcb_discard_reply(m_connection, cookie.sequence);
+    xcb_flush(m_connection);
+}
+
+} // namespace Platform::X11

@@ -1,0 +1,258 @@
+#include "Tests/Desktop/Desktop.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QJsonDocument>
+
+#include <array>
+
+namespace {
+
+constexpr const char *compositorSelection = "_NET_WM_CM_S0";
+
+/// A bus that starts nothing by itself: no portal, no accessibility bus, no settings daemon of
+/// this machine gets into a test.
+constexpr const char *busConfiguration = R"(<!DOCTYPE busconfig PUBLIC
+ "-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN"
+ "http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd">
+<busconfig>
+  <type>session</type>
+  <listen>unix:dir=%1</listen>
+  <auth>EXTERNAL</auth>
+  <policy context="default">
+    <allow send_destination="*" eavesdrop="true"/>
+    <allow eavesdrop="true"/>
+    <allow own="*"/>
+  </policy>
+</busconfig>
+)";
+
+/// What the machine may tell the programs; everything else is the private desktop's.
+constexpr std::array passedOn = {
+    "PATH",         "LANG",          "LC_ALL",       "LD_LIBRARY_PATH",
+    "ASAN_OPTIONS", "UBSAN_OPTIONS", "LSAN_OPTIONS", "QT_LOGGING_RULES"};
+
+QJsonObject readObject(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? QJsonDocument::fromJson(file.readAll()).object()
+                                          : QJsonObject();
+}
+
+} // namespace
+
+Desktop::Desktop(const DesktopOptions &options)
+{
+    const auto machine = QProcessEnvironment::systemEnvironment();
+    for (const char *name : passedOn) {
+        if (machine.contains(QLatin1String(name)))
+            m_environment.insert(QLatin1String(name), machine.value(QLatin1String(name)));
+    }
+    m_environment.insert(QStringLiteral("HOME"), home());
+    m_environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("xcb"));
+    m_environment.insert(QStringLiteral("XDG_SESSION_TYPE"), QStringLiteral("x11"));
+    m_environment.insert(QStringLiteral("NO_AT_BRIDGE"), QStringLiteral("1"));
+    for (const char *name : {"XDG_DATA_HOME", "XDG_CONFIG_HOME", "XDG_CACHE_HOME", "XDG_STATE_HOME",
+                             "XDG_RUNTIME_DIR", "TMPDIR"}) {
+        QDir().mkpath(pathOf(name));
+        QFile::setPermissions(pathOf(name), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+        m_environment.insert(QLatin1String(name), pathOf(name));
+    }
+
+    const QString mode =
+        QStringLiteral("%1x%2x24").arg(options.size.width()).arg(options.size.height());
+    const QByteArray number =
+        startAndRead(m_server, QStringLiteral("Xvfb"),
+                     {QStringLiteral("-displayfd"), QStringLiteral("1"), QStringLiteral("-screen"),
+                      QStringLiteral("0"), mode, QStringLiteral("-nolisten"), QStringLiteral("tcp"),
+                      QStringLiteral("-noreset")});
+    m_environment.insert(QStringLiteral("DISPLAY"), u':' + QString::fromLatin1(number));
+    m_seat = std::make_unique<Seat>(number.isEmpty() ? QByteArray("none") : ':' + number);
+    if (!m_seat->isConnected()) {
+        fail("Xvfb");
+        return;
+    }
+    setMonitors(options.monitors);
+    startBus(options.sessionBus);
+    startWindowManager(options.windowManager);
+    if (options.compositor == Compositor::Picom)
+        startCompositor();
+}
+
+Desktop::~Desktop()
+{
+    // All at once first; what remains is waiting for each.
+    for (auto *process : {m_compositor.get(), m_windowManager.get(), m_bus.get(), m_server.get()}) {
+        if (process)
+            process->terminate();
+    }
+    m_compositor.reset();
+    m_windowManager.reset();
+}
+
+void Desktop::fail(const char *what)
+{
+    if (m_problem.isEmpty())
+        m_problem = QByteArray(what) + " does not start (is it installed?)";
+}
+
+QString Desktop::pathOf(const char *name) const
+{
+    return m_home.filePath(QLatin1String(name));
+}
+
+QString Desktop::notesPath() const
+{
+    return pathOf("XDG_DATA_HOME/Brevio/notes.json");
+}
+
+QString Desktop::defaultsPath() const
+{
+    return pathOf("XDG_CONFIG_HOME/Brevio/defaults.json");
+}
+
+void Desktop::write(const QString &path, const QByteArray &content) const
+{
+    QDir().mkpath(QFileInfo(path).path());
+    QFile file(path);
+    if (file.open(QIODevice::WriteOnly))
+        file.write(content);
+}
+
+QJsonArray Desktop::notes() const
+{
+    return readObject(notesPath()).value(u"notes").toArray();
+}
+
+QStringList Desktop::noteBodies() const
+{
+    QStringList bodies;
+    for (const auto note : notes())
+        bodies.append(note.toObject().value(u"body").toString());
+    return bodies;
+}
+
+QJsonObject Desktop::defaults() const
+{
+    return readObject(defaultsPath());
+}
+
+std::unique_ptr<Process> Desktop::start(const QString &program, const QStringList &arguments)
+{
+    const QString log = QStringLiteral("log%1-%2").arg(++m_logs).arg(QFileInfo(program).baseName());
+    return std::make_unique<Process>(program, arguments, m_environment, m_home.filePath(log));
+}
+
+QByteArray Desktop::startAndRead(std::unique_ptr<Process> &process, const QString &program,
+                                 const QStringList &arguments)
+{
+    process = start(program, arguments);
+    // Complaints may come first; the address is the first line that looks like one.
+    QByteArray address;
+    (void)waitUntil([&] {
+        for (const auto &line : process->output().split('\n')) {
+            bool isNumber = false;
+            (void)line.toInt(&isNumber);
+            if (isNumber || line.startsWith("unix:"))
+                address = line;
+        }
+        return !address.isEmpty() || !process->isRunning();
+    });
+    return address;
+}
+
+void Desktop::setMonitors(const std::vector<QRect> &monitors)
+{
+    // The server's only output, "screen", goes to the first; millimetres matter to nobody here.
+    for (std::size_t i = 0; i < monitors.size(); ++i) {
+        const QRect &area = monitors[i];
+        const auto xrandr = start(QStringLiteral("xrandr"),
+                                  {QStringLiteral("--setmonitor"),
+                                   QStringLiteral("%1monitor%2").arg(i == 0 ? u"*" : u"").arg(i),
+                                   QStringLiteral("%1/300x%2/200+%3+%4")
+                                       .arg(area.width())
+                                       .arg(area.height())
+                                       .arg(area.x())
+                                       .arg(area.y()),
+                                   i == 0 ? QStringLiteral("screen") : QStringLiteral("none")});
+        if (!xrandr->waitForEnd() || xrandr->exitCode() != 0)
+            fail("xrandr");
+    }
+}
+
+void Desktop::startBus(SessionBus bus)
+{
+    QByteArray address = "unix:path=/nonexistent";
+    if (bus == SessionBus::Private) {
+        const QString configuration = pathOf("bus.conf");
+        write(configuration,
+              QString::fromLatin1(busConfiguration).arg(pathOf("XDG_RUNTIME_DIR")).toUtf8());
+        address = startAndRead(m_bus, QStringLiteral("dbus-daemon"),
+                               {QStringLiteral("--config-file=") + configuration,
+                                QStringLiteral("--nofork"), QStringLiteral("--print-address=1")});
+        if (address.isEmpty())
+            fail("dbus-daemon");
+    }
+    m_environment.insert(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"), QString::fromLatin1(address));
+}
+
+void Desktop::startWindowManager(WindowManager manager)
+{
+    if (manager == WindowManager::None)
+        return;
+    const bool isOpenbox = manager == WindowManager::Openbox;
+    m_windowManager = isOpenbox
+                          ? start(QStringLiteral("openbox"), {QStringLiteral("--sm-disable")})
+                          : start(QStringLiteral("xfwm4"), {QStringLiteral("--compositor=off")});
+    if (!waitUntil([&] { return !m_seat->property(m_seat->root(), "_NET_WORKAREA").empty(); }))
+        fail(isOpenbox ? "openbox" : "xfwm4");
+}
+
+void Desktop::startCompositor()
+{
+    m_compositor =
+        start(QStringLiteral("picom"), {QStringLiteral("--backend"), QStringLiteral("xrender"),
+                                        QStringLiteral("--config"), QStringLiteral("/dev/null")});
+    if (!waitUntil([&] { return m_seat->selectionOwner(compositorSelection) != 0; }))
+        fail("picom");
+}
+
+std::unique_ptr<Process> Desktop::startBrevio()
+{
+    return start(QStringLiteral(BREVIO_PROGRAM));
+}
+
+std::unique_ptr<Process> Desktop::startPanelHost()
+{
+    return start(QStringLiteral(PANEL_HOST_PROGRAM), {defaultsPath()});
+}
+
+std::unique_ptr<Process> Desktop::startVictim(const VictimOptions &options)
+{
+    const QRect &area = options.geometry;
+    auto victim = start(QStringLiteral(VICTIM_PROGRAM),
+                        {options.title,
+                         QStringLiteral("%1 %2 %3 %4")
+                             .arg(area.x())
+                             .arg(area.y())
+                             .arg(area.width())
+                             .arg(area.height()),
+                         options.isDock ? QStringLiteral("dock") : QStringLiteral("window"),
+                         options.grabbedChord});
+    const auto window = waitForWindow(options.title);
+    if (!options.isDock && m_windowManager)
+        (void)waitForFocus(window);
+    return victim;
+}
+
+Seat::Window Desktop::waitForWindow(const QString &title)
+{
+    Seat::Window window = 0;
+    (void)waitUntil([&] { return (window = m_seat->find(title)) != 0; });
+    return window;
+}
+
+bool Desktop::waitForFocus(Seat::Window window)
+{
+    return window != 0 && waitUntil([&] { return m_seat->focus() == window; });
+}

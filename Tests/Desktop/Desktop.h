@@ -1,0 +1,96 @@
+#pragma once
+
+#include "Tests/Desktop/Process.h"
+#include "Tests/Desktop/Seat.h"
+
+#include <QJsonArray>
+#include <QJsonObject>
+#include <QTemporaryDir>
+
+#include <optional>
+
+enum class WindowManager { None, Openbox, Xfwm4 };
+enum class Compositor { None, Picom };
+enum class SessionBus { None, Private };
+
+struct DesktopOptions
+{
+    WindowManager windowManager = WindowManager::Openbox;
+    Compositor compositor = Compositor::None;
+    SessionBus sessionBus = SessionBus::Private;
+    QSize size{1280, 800};
+    /// Empty: one, as large as the screen. The first is the primary one.
+    std::vector<QRect> monitors{};
+};
+
+/// A window of another program.
+struct VictimOptions
+{
+    QString title = QStringLiteral("Victim");
+    QRect geometry{600, 500, 300, 200};
+    /// Whether it is a bar along the top of the monitor it stands on, which reserves its room.
+    bool isDock = false;
+    /// A chord such as "ctrl+shift+space" that it keeps for itself; empty for none.
+    QString grabbedChord{};
+};
+
+/// A whole desktop for one test: its own X server, window manager, session bus and home folder,
+/// none of which knows of the machine's. All of it ends with this object.
+class Desktop final
+{
+public:
+    explicit Desktop(const DesktopOptions &options = {});
+    ~Desktop();
+
+    /// What kept the desktop from starting; empty when it runs.
+    [[nodiscard]] QByteArray problem() const { return m_problem; }
+    [[nodiscard]] Seat &seat() { return *m_seat; }
+
+    /// Set before a program starts to change what it sees.
+    [[nodiscard]] QProcessEnvironment &environment() { return m_environment; }
+    [[nodiscard]] QString home() const { return m_home.path(); }
+    /// Where Brevio keeps its text and its settings.
+    [[nodiscard]] QString notesPath() const;
+    [[nodiscard]] QString defaultsPath() const;
+    /// Writes the file, with the folders above it, before a program starts.
+    void write(const QString &path, const QByteArray &content) const;
+
+    /// The notes and the settings as they are in the files now; empty without a file.
+    [[nodiscard]] QJsonArray notes() const;
+    [[nodiscard]] QStringList noteBodies() const;
+    [[nodiscard]] QJsonObject defaults() const;
+
+    std::unique_ptr<Process> start(const QString &program, const QStringList &arguments = {});
+    std::unique_ptr<Process> startBrevio();
+    /// The panel alone: obeys the lines show, hide, shake and alpha <number>.
+    std::unique_ptr<Process> startPanelHost();
+    /// Starts the window and waits until it is there and, unless it is a dock, has the keyboard.
+    std::unique_ptr<Process> startVictim(const VictimOptions &options = {});
+    void startCompositor();
+    void stopCompositor() { m_compositor.reset(); }
+
+    /// Waits for a visible window with the title; 0 when none comes.
+    [[nodiscard]] Seat::Window waitForWindow(const QString &title);
+    [[nodiscard]] bool waitForFocus(Seat::Window window);
+
+private:
+    [[nodiscard]] QString pathOf(const char *name) const;
+    /// Starts a part of the desktop that prints its address in one line.
+    [[nodiscard]] QByteArray startAndRead(std::unique_ptr<Process> &process, const QString &program,
+                                          const QStringList &arguments);
+    void setMonitors(const std::vector<QRect> &monitors);
+    void startBus(SessionBus bus);
+    void startWindowManager(WindowManager manager);
+    void fail(const char *what);
+
+    QTemporaryDir m_home;
+    QProcessEnvironment m_environment;
+    QByteArray m_problem;
+    int m_logs = 0;
+    // In the order of their start; they end the other way round.
+    std::unique_ptr<Process> m_server;
+    std::unique_ptr<Process> m_bus;
+    std::unique_ptr<Seat> m_seat;
+    std::unique_ptr<Process> m_windowManager;
+    std::unique_ptr<Process> m_compositor;
+};

@@ -1,0 +1,45 @@
+#pragma once
+
+#include <QProcess>
+#include <QStringList>
+
+#include <chrono>
+#include <functional>
+#include <memory>
+
+/// How long anything on the virtual desktop may take before a test calls it a failure.
+constexpr auto patience = std::chrono::seconds(10);
+
+/// Asks again and again until the condition holds; false when it does not in time.
+[[nodiscard]] bool waitUntil(const std::function<bool()> &condition,
+                             std::chrono::milliseconds limit = patience);
+
+/// One program started by a test. It ends with this object, and with the test program however
+/// that ends. Its output and its complaints are kept in one log file.
+class Process final
+{
+public:
+    Process(const QString &program, const QStringList &arguments,
+            const QProcessEnvironment &environment, const QString &logPath);
+    ~Process();
+    Process(const Process &) = delete;
+    Process &operator=(const Process &) = delete;
+
+    [[nodiscard]] bool isRunning() const { return m_process.state() == QProcess::Running; }
+    [[nodiscard]] qint64 id() const { return m_process.processId(); }
+    /// Everything it has printed so far.
+    [[nodiscard]] QByteArray output() const;
+
+    /// Sends one line to its standard input.
+    void tell(const QByteArray &line);
+    /// Asks it to end, without waiting.
+    void terminate();
+    /// Waits for the program to end by itself. False when it does not in time.
+    [[nodiscard]] bool waitForEnd();
+    /// Only after the end.
+    [[nodiscard]] int exitCode() const { return m_process.exitCode(); }
+
+private:
+    QProcess m_process;
+    QString m_logPath;
+};

@@ -1,0 +1,340 @@
+#include "Tests/Desktop/Seat.h"
+
+#include <QHash>
+
+#include <algorithm>
+#include <cstdlib>
+
+#include <xcb/xcb.h>
+#include <xcb/xtest.h>
+#include <xkbcommon/xkbcommon.h>
+
+namespace {
+
+constexpr std::uint32_t longestProperty = 1U << 20;
+constexpr int dragSteps = 8;
+constexpr std::uint32_t sourcePager = 2;
+
+struct FreeReply
+{
+    void operator()(void *reply) const { std::free(reply); }
+};
+
+/// The reply, or null; errors are dropped, because windows come and go while a test looks.
+#define REPLY(name, connection, ...)                                                               \
+    std::unique_ptr<name##_reply_t, FreeReply>(                                                    \
+        name##_reply(connection, name(connection, __VA_ARGS__), nullptr))
+
+const QHash<QByteArray, const char *> modifierKeys = {{"ctrl", "Control_L"},
+                                                      {"shift", "Shift_L"},
+                                                      {"alt", "Alt_L"},
+                                                      {"super", "Super_L"},
+                                                      {"AltGr", "ISO_Level3_Shift"}};
+
+} // namespace
+
+struct Seat::Connection
+{
+    explicit Connection(const QByteArray &display)
+        : raw(xcb_connect(display.constData(), nullptr))
+    {}
+    ~Connection() { xcb_disconnect(raw); }
+    xcb_connection_t *raw;
+};
+
+struct Seat::Key
+{
+    std::uint8_t code = 0;
+    bool shifted = false;
+};
+
+Seat::Seat(const QByteArray &display)
+    : m_connection(std::make_unique<Connection>(display))
+{
+    if (isConnected())
+        m_root = xcb_setup_roots_iterator(xcb_get_setup(m_connection->raw)).data->root;
+}
+
+Seat::~Seat() = default;
+
+bool Seat::isConnected() const
+{
+    return xcb_connection_has_error(m_connection->raw) == 0;
+}
+
+Seat::Key Seat::keyFor(std::uint32_t symbol) const
+{
+    // Read anew each time: a test may change the layout.
+    auto *c = m_connection->raw;
+    const auto *setup = xcb_get_setup(c);
+    const auto first = setup->min_keycode;
+    const auto reply = REPLY(xcb_get_keyboard_mapping, c, first,
+                             static_cast<std::uint8_t>(setup->max_keycode - first + 1));
+    if (!reply)
+        return {};
+    const auto *symbols = xcb_get_keyboard_mapping_keysyms(reply.get());
+    const int count = xcb_get_keyboard_mapping_keysyms_length(reply.get());
+    const int columns = reply->keysyms_per_keycode;
+    for (const int column : {0, 1}) {
+        for (int at = column; at < count; at += columns) {
+            if (symbols[at] == symbol)
+                return {static_cast<std::uint8_t>(first + at / columns), column == 1};
+        }
+    }
+    return {};
+}
+
+std::vector<std::uint8_t> Seat::keysOf(const char *chord) const
+{
+    std::vector<std::uint8_t> keys;
+    for (const auto &part : QByteArray(chord).split('+')) {
+        const auto symbol =
+            xkb_keysym_from_name(modifierKeys.value(part, part.constData()), XKB_KEYSYM_NO_FLAGS);
+        keys.push_back(keyFor(symbol).code);
+    }
+    if (std::find(keys.begin(), keys.end(), 0) != keys.end())
+        keys.clear();
+    return keys;
+}
+
+bool Seat::keyDown(const char *chord)
+{
+    const auto keys = keysOf(chord);
+    for (const auto key : keys)
+        fake(XCB_KEY_PRESS, key);
+    return !keys.empty();
+}
+
+bool Seat::keyUp(const char *chord)
+{
+    auto keys = keysOf(chord);
+    std::reverse(keys.begin(), keys.end());
+    for (const auto key : keys)
+        fake(XCB_KEY_RELEASE, key);
+    return !keys.empty();
+}
+
+bool Seat::type(const QString &text)
+{
+    const auto shift = keyFor(XKB_KEY_Shift_L).code;
+    for (const auto character : text.toUcs4()) {
+        const auto key =
+            keyFor(character == U'\n' ? XKB_KEY_Return : xkb_utf32_to_keysym(character));
+        if (key.code == 0)
+            return false;
+        if (key.shifted)
+            fake(XCB_KEY_PRESS, shift);
+        fake(XCB_KEY_PRESS, key.code);
+        fake(XCB_KEY_RELEASE, key.code);
+        if (key.shifted)
+            fake(XCB_KEY_RELEASE, shift);
+    }
+    return true;
+}
+
+void Seat::fake(std::uint8_t type, std::uint8_t detail, QPoint position)
+{
+    xcb_test_fake_input(m_connection->raw, type, detail, XCB_CURRENT_TIME, m_root,
+                        static_cast<std::int16_t>(position.x()),
+                        static_cast<std::int16_t>(position.y()), 0);
+    xcb_flush(m_connection->raw);
+}
+
+void Seat::moveMouse(QPoint position)
+{
+    fake(XCB_MOTION_NOTIFY, 0, position);
+}
+
+void Seat::buttonDown(int button)
+{
+    fake(XCB_BUTTON_PRESS, static_cast<std::uint8_t>(button));
+}
+
+void Seat::buttonUp(int button)
+{
+    fake(XCB_BUTTON_RELEASE, static_cast<std::uint8_t>(button));
+}
+
+void Seat::click(QPoint position, int button)
+{
+    moveMouse(position);
+    buttonDown(button);
+    buttonUp(button);
+}
+
+void Seat::drag(QPoint from, QPoint to)
+{
+    moveMouse(from);
+    buttonDown();
+    for (int step = 1; step <= dragSteps; ++step)
+        moveMouse(from + (to - from) * step / dragSteps);
+    buttonUp();
+}
+
+std::uint32_t Seat::atom(const char *name) const
+{
+    const auto reply = REPLY(xcb_intern_atom, m_connection->raw, 0,
+                             static_cast<std::uint16_t>(qstrlen(name)), name);
+    return reply ? reply->atom : 0;
+}
+
+QByteArray Seat::rawProperty(Window window, const char *name) const
+{
+    const auto reply = REPLY(xcb_get_property, m_connection->raw, 0, window, atom(name),
+                             XCB_GET_PROPERTY_TYPE_ANY, 0, longestProperty);
+    if (!reply)
+        return {};
+    return {static_cast<const char *>(xcb_get_property_value(reply.get())),
+            xcb_get_property_value_length(reply.get())};
+}
+
+std::vector<std::uint32_t> Seat::property(Window window, const char *name) const
+{
+    const auto bytes = rawProperty(window, name);
+    std::vector<std::uint32_t> values(static_cast<std::size_t>(bytes.size()) /
+                                      sizeof(std::uint32_t));
+    std::copy_n(bytes.constData(), values.size() * sizeof(std::uint32_t),
+                reinterpret_cast<char *>(values.data()));
+    return values;
+}
+
+Seat::Window Seat::activeWindow() const
+{
+    const auto values = property(m_root, "_NET_ACTIVE_WINDOW");
+    return values.empty() ? 0 : values.front();
+}
+
+Seat::Window Seat::focus() const
+{
+    auto *c = m_connection->raw;
+    const std::unique_ptr<xcb_get_input_focus_reply_t, FreeReply> reply(
+        xcb_get_input_focus_reply(c, xcb_get_input_focus(c), nullptr));
+    return reply ? reply->focus : 0;
+}
+
+std::vector<Seat::Window> Seat::children(Window window) const
+{
+    const auto reply = REPLY(xcb_query_tree, m_connection->raw, window);
+    if (!reply)
+        return {};
+    const auto *list = xcb_query_tree_children(reply.get());
+    return {list, list + xcb_query_tree_children_length(reply.get())};
+}
+
+Seat::Window Seat::find(const QString &wanted) const
+{
+    std::vector<Window> open = children(m_root);
+    while (!open.empty()) {
+        const Window window = open.back();
+        open.pop_back();
+        if (title(window) == wanted && isVisible(window))
+            return window;
+        const auto inner = children(window);
+        open.insert(open.end(), inner.begin(), inner.end());
+    }
+    return 0;
+}
+
+bool Seat::isVisible(Window window) const
+{
+    const auto reply = REPLY(xcb_get_window_attributes, m_connection->raw, window);
+    return reply && reply->map_state == XCB_MAP_STATE_VIEWABLE &&
+           reply->_class == XCB_WINDOW_CLASS_INPUT_OUTPUT;
+}
+
+QRect Seat::geometry(Window window) const
+{
+    auto *c = m_connection->raw;
+    const auto size = REPLY(xcb_get_geometry, c, window);
+    const auto corner = REPLY(xcb_translate_coordinates, c, window, m_root, 0, 0);
+    if (!size || !corner)
+        return {};
+    return {corner->dst_x, corner->dst_y, size->width, size->height};
+}
+
+QString Seat::title(Window window) const
+{
+    return QString::fromUtf8(rawProperty(window, "_NET_WM_NAME"));
+}
+
+QStringList Seat::classOf(Window window) const
+{
+    return QString::fromLatin1(rawProperty(window, "WM_CLASS"))
+        .split(QChar(u'\0'), Qt::SkipEmptyParts);
+}
+
+QStringList Seat::states(Window window) const
+{
+    QStringList names;
+    for (const auto state : property(window, "_NET_WM_STATE")) {
+        const auto reply = REPLY(xcb_get_atom_name, m_connection->raw, state);
+        if (reply)
+            names.append(QString::fromLatin1(xcb_get_atom_name_name(reply.get()),
+                                             xcb_get_atom_name_name_length(reply.get()))
+                             .remove(QStringLiteral("_NET_WM_STATE_")));
+    }
+    names.sort();
+    return names;
+}
+
+Seat::Window Seat::selectionOwner(const char *name) const
+{
+    const auto reply = REPLY(xcb_get_selection_owner, m_connection->raw, atom(name));
+    return reply ? reply->owner : 0;
+}
+
+void Seat::setRootProperty(const char *name, const std::vector<std::uint32_t> &values)
+{
+    xcb_change_property(m_connection->raw, XCB_PROP_MODE_REPLACE, m_root, atom(name),
+                        XCB_ATOM_CARDINAL, 32, static_cast<std::uint32_t>(values.size()),
+                        values.data());
+    xcb_flush(m_connection->raw);
+}
+
+void Seat::tellManager(Window window, const char *message, const std::vector<std::uint32_t> &values)
+{
+    xcb_client_message_event_t event{};
+    event.response_type = XCB_CLIENT_MESSAGE;
+    event.format = 32;
+    event.window = window;
+    event.type = atom(message);
+    std::copy(values.begin(), values.end(), event.data.data32);
+    xcb_send_event(m_connection->raw, 0, m_root,
+                   XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT | XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY,
+                   reinterpret_cast<const char *>(&event));
+    xcb_flush(m_connection->raw);
+}
+
+void Seat::activate(Window window)
+{
+    tellManager(window, "_NET_ACTIVE_WINDOW", {sourcePager, 0, 0});
+}
+
+void Seat::close(Window window)
+{
+    tellManager(window, "_NET_CLOSE_WINDOW", {0, sourcePager});
+}
+
+void Seat::switchToDesktop(unsigned int index)
+{
+    tellManager(m_root, "_NET_CURRENT_DESKTOP", {index, 0});
+}
+
+QImage Seat::picture(QRect part) const
+{
+    const auto reply = REPLY(
+        xcb_get_image, m_connection->raw, XCB_IMAGE_FORMAT_Z_PIXMAP, m_root,
+        static_cast<std::int16_t>(part.x()), static_cast<std::int16_t>(part.y()),
+        static_cast<std::uint16_t>(part.width()), static_cast<std::uint16_t>(part.height()), ~0U);
+    if (!reply)
+        return {};
+    return QImage(xcb_get_image_data(reply.get()), part.width(), part.height(),
+                  QImage::Format_RGB32)
+        .copy();
+}
+
+QColor Seat::pixel(QPoint position) const
+{
+    const auto image = picture(QRect(position, QSize(1, 1)));
+    return image.isNull() ? QColor() : image.pixelColor(0, 0);
+}
