@@ -1,0 +1,273 @@
+#include "Platform/Keyboard/EventMonitor.h"
+#include "Platform/Keyboard/MenuTracking.h"
+
+#include <QApplication>
+#include <QLineEdit>
+#include <QMenu>
+#include <QShortcut>
+#include <QTest>
+#include <QVBoxLayout>
+
+using namespace Platform;
+
+namespace {
+
+constexpr EventMask keys = EventKind::KeyDown | EventKind::KeyUp | EventKind::FlagsChanged;
+
+/// A window with an editor, and a monitor that writes down what it sees.
+struct Scene
+{
+    explicit Scene(EventMask mask = keys, MonitorScope scope = MonitorScope::Windows)
+    {
+        auto *layout = new QVBoxLayout(&window);
+        layout->addWidget(&editor);
+        window.show();
+        window.activateWindow();
+        (void)QTest::qWaitForWindowActive(&window);
+        editor.setFocus();
+        monitor = addLocalMonitor(mask, [this](const MonitoredEvent &event) { return see(event); },
+                                  scope);
+    }
+
+    EventVerdict see(const MonitoredEvent &event)
+    {
+        lastWindow = event.window;
+        wasActive = window.isActiveWindow();
+        if (event.kind == EventKind::FlagsChanged)
+            seen << QStringLiteral("flags %1").arg(event.key.modifiers, 0, 16);
+        else if (event.kind == EventKind::KeyDown)
+            seen << QStringLiteral("down %1").arg(event.key.keyCode);
+        else if (event.kind == EventKind::KeyUp)
+            seen << QStringLiteral("up %1").arg(event.key.keyCode);
+        else
+            seen << QStringLiteral("mouse %1").arg(event.kind);
+        return event.key.keyCode == swallowed ? EventVerdict::Swallow : EventVerdict::Pass;
+    }
+
+    /// Sends through the window system's door, as a real key comes.
+    void click(Qt::Key key, Qt::KeyboardModifiers held = {})
+    {
+        QTest::keyClick(window.windowHandle(), key, held);
+    }
+
+    QWidget window;
+    QLineEdit editor;
+    QStringList seen;
+    QPointer<QWidget> lastWindow;
+    bool wasActive = false;
+    int swallowed = -2;
+    Subscription monitor;
+};
+
+} // namespace
+
+class EventMonitorTests final : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void aKeyIsSeenOnceWhereverItEnters_data();
+    void aKeyIsSeenOnceWhereverItEnters();
+    void aSwallowedKeyReachesNeitherTheEditorNorAShortcut();
+    void aPassedKeyReachesTheEditorAndTheShortcut();
+    void theSamePressAgainIsSeenAgain();
+    void aDroppedSubscriptionSeesNothing();
+    void theFirstToSwallowIsTheLastToSee();
+    void oneOfTwoShiftKeysKeepsTheModifier();
+    void heldModifiersComeUpWhileTheWindowStillIsActive();
+    void menusHideKeysFromWindowsAndShowThemToMenus();
+    void mouseReleasesAreSeenAndNeverHeldBack();
+    void menuTrackingSpansTheFirstMenuToTheLast();
+    void aMenuThatIsDeletedWhileOpenEndsTracking();
+};
+
+void EventMonitorTests::aKeyIsSeenOnceWhereverItEnters_data()
+{
+    QTest::addColumn<bool>("throughTheWindow");
+    QTest::newRow("at the window") << true;
+    QTest::newRow("at the widget") << false;
+}
+
+void EventMonitorTests::aKeyIsSeenOnceWhereverItEnters()
+{
+    QFETCH(bool, throughTheWindow);
+    Scene scene;
+    // Left alone by the editor, so that it travels on to the parents.
+    if (throughTheWindow)
+        scene.click(Qt::Key_F5);
+    else
+        QTest::keyClick(&scene.editor, Qt::Key_F5);
+    QCOMPARE(scene.seen, QStringList({QStringLiteral("down 96"), QStringLiteral("up 96")}));
+    QCOMPARE(scene.lastWindow.data(), &scene.window);
+}
+
+void EventMonitorTests::aSwallowedKeyReachesNeitherTheEditorNorAShortcut()
+{
+    Scene scene;
+    int fired = 0;
+    QShortcut shortcut(QKeySequence(Qt::CTRL | Qt::Key_K), &scene.window);
+    connect(&shortcut, &QShortcut::activated, this, [&] { ++fired; });
+    scene.swallowed = 40;
+    scene.click(Qt::Key_K, Qt::ControlModifier);
+    scene.click(Qt::Key_K);
+    scene.click(Qt::Key_A);
+    QCOMPARE(fired, 0);
+    QCOMPARE(scene.editor.text(), QStringLiteral("a"));
+    QCOMPARE(scene.seen.count(QStringLiteral("down 40")), 2);
+}
+
+void EventMonitorTests::aPassedKeyReachesTheEditorAndTheShortcut()
+{
+    Scene scene;
+    int fired = 0;
+    QShortcut shortcut(QKeySequence(Qt::CTRL | Qt::Key_J), &scene.window);
+    connect(&shortcut, &QShortcut::activated, this, [&] { ++fired; });
+    scene.click(Qt::Key_J, Qt::ControlModifier);
+    scene.click(Qt::Key_J);
+    QCOMPARE(fired, 1);
+    QCOMPARE(scene.editor.text(), QStringLiteral("j"));
+    QCOMPARE(scene.seen.count(QStringLiteral("down 38")), 2);
+}
+
+void EventMonitorTests::theSamePressAgainIsSeenAgain()
+{
+    Scene scene;
+    for (int i = 0; i < 3; ++i)
+        QTest::keyPress(scene.window.windowHandle(), Qt::Key_A);
+    QCOMPARE(scene.seen.count(QStringLiteral("down 0")), 3);
+}
+
+void EventMonitorTests::aDroppedSubscriptionSeesNothing()
+{
+    Scene scene;
+    scene.monitor.reset();
+    scene.click(Qt::Key_A);
+    QVERIFY(scene.seen.isEmpty());
+}
+
+void EventMonitorTests::theFirstToSwallowIsTheLastToSee()
+{
+    Scene scene;
+    QStringList later;
+    const auto monitor = addLocalMonitor(EventKind::KeyDown, [&](const MonitoredEvent &event) {
+        later << QString::number(event.key.keyCode);
+        return EventVerdict::Pass;
+    });
+    scene.swallowed = 0;
+    scene.click(Qt::Key_A);
+    scene.click(Qt::Key_S);
+    QCOMPARE(later, QStringList{QStringLiteral("1")});
+}
+
+void EventMonitorTests::oneOfTwoShiftKeysKeepsTheModifier()
+{
+    Scene scene(EventKind::FlagsChanged);
+    const auto send = [&](QEvent::Type type, quint32 scanCode) {
+        QKeyEvent event(type, Qt::Key_Shift, {}, scanCode, 0, 0);
+        QApplication::sendEvent(&scene.editor, &event);
+    };
+    send(QEvent::KeyPress, 50);
+    send(QEvent::KeyPress, 62);
+    send(QEvent::KeyRelease, 50);
+    send(QEvent::KeyRelease, 62);
+    const auto held = QStringLiteral("flags 20000");
+    QCOMPARE(scene.seen, QStringList({held, held, held, QStringLiteral("flags 0")}));
+}
+
+void EventMonitorTests::heldModifiersComeUpWhileTheWindowStillIsActive()
+{
+    Scene scene;
+    QTest::keyPress(scene.window.windowHandle(), Qt::Key_Alt);
+    QCOMPARE(scene.seen, QStringList{QStringLiteral("flags 80000")});
+
+    QWidget other;
+    other.show();
+    other.activateWindow();
+    QVERIFY(QTest::qWaitForWindowActive(&other));
+    QCOMPARE(scene.seen.value(1), QStringLiteral("flags 0"));
+    QVERIFY(scene.wasActive);
+    QCOMPARE(scene.lastWindow.data(), &scene.window);
+}
+
+void EventMonitorTests::menusHideKeysFromWindowsAndShowThemToMenus()
+{
+    Scene windows(EventKind::KeyDown);
+    Scene menus(EventKind::KeyDown, MonitorScope::Menus);
+    QMenu menu;
+    auto *item = menu.addAction(QStringLiteral("Item"));
+    int triggered = 0;
+    connect(item, &QAction::triggered, this, [&] { ++triggered; });
+    menu.popup({});
+    menu.setActiveAction(item);
+    menus.swallowed = 49;
+    QTest::keyClick(menu.windowHandle(), Qt::Key_Space);
+    QCOMPARE(triggered, 0);
+    QTest::keyClick(menu.windowHandle(), Qt::Key_Return);
+    QCOMPARE(triggered, 1);
+    QCOMPARE(menus.seen, QStringList({QStringLiteral("down 49"), QStringLiteral("down 36")}));
+    QVERIFY(windows.seen.isEmpty());
+
+    QVERIFY(!menu.isVisible());
+    windows.click(Qt::Key_A);
+    QCOMPARE(windows.seen, QStringList{QStringLiteral("down 0")});
+    QCOMPARE(menus.seen.size(), 2);
+}
+
+void EventMonitorTests::mouseReleasesAreSeenAndNeverHeldBack()
+{
+    Scene scene(EventKind::LeftMouseUp | EventKind::RightMouseUp);
+    scene.swallowed = KeyEvent::unknownKeyCode;
+    int finished = 0;
+    class Pressed final : public QWidget
+    {
+    public:
+        using QWidget::QWidget;
+        int releases = 0;
+        void mousePressEvent(QMouseEvent *) override {}
+        void mouseReleaseEvent(QMouseEvent *) override { ++releases; }
+    } target(&scene.window);
+    target.setGeometry(scene.window.rect());
+    target.show();
+    QTest::mouseClick(scene.window.windowHandle(), Qt::LeftButton);
+    QTest::mouseClick(scene.window.windowHandle(), Qt::RightButton);
+    QTest::mouseClick(scene.window.windowHandle(), Qt::MiddleButton);
+    finished = target.releases;
+    QCOMPARE(scene.seen, QStringList({QStringLiteral("mouse 4"), QStringLiteral("mouse 16")}));
+    QCOMPARE(finished, 3);
+}
+
+void EventMonitorTests::menuTrackingSpansTheFirstMenuToTheLast()
+{
+    NotificationCenter center;
+    const MenuTracking tracking(center);
+    QStringList posted;
+    const auto began = center.addObserver(MenuTracking::didBeginTracking,
+                                          [&](const auto &) { posted << QStringLiteral("begin"); });
+    const auto ended = center.addObserver(MenuTracking::didEndTracking,
+                                          [&](const auto &) { posted << QStringLiteral("end"); });
+    QMenu menu, submenu;
+    menu.addAction(QStringLiteral("Item"));
+    submenu.addAction(QStringLiteral("Item"));
+    menu.popup({});
+    submenu.popup({});
+    submenu.hide();
+    QCOMPARE(posted, QStringList{QStringLiteral("begin")});
+    menu.hide();
+    QCOMPARE(posted, QStringList({QStringLiteral("begin"), QStringLiteral("end")}));
+}
+
+void EventMonitorTests::aMenuThatIsDeletedWhileOpenEndsTracking()
+{
+    NotificationCenter center;
+    const MenuTracking tracking(center);
+    int ends = 0;
+    const auto ended = center.addObserver(MenuTracking::didEndTracking, [&](const auto &) { ++ends; });
+    auto menu = std::make_unique<QMenu>();
+    menu->addAction(QStringLiteral("Item"));
+    menu->popup({});
+    menu.reset();
+    QCOMPARE(ends, 1);
+}
+
+QTEST_MAIN(EventMonitorTests)
+#include "EventMonitorTests.moc"
