@@ -4,9 +4,9 @@
 
 namespace Platform {
 class Appearance;
-class CloudDrive;
 class HotKeys;
 class KeyboardLayout;
+class MenuTracking;
 class Screens;
 } // namespace Platform
 
@@ -34,11 +34,11 @@ public:
 
 private:
     // What the desktop provides; outlives everything below it.
-    std::unique_ptr<Platform::CloudDrive> m_cloudDrive;
     std::unique_ptr<Platform::Appearance> m_appearance;
     std::unique_ptr<Platform::Screens> m_screens;
-    std::unique_ptr<Platform::HotKeys> m_hotKeys;
     std::unique_ptr<Platform::KeyboardLayout> m_keyboardLayout;
+    std::unique_ptr<Platform::HotKeys> m_hotKeys;
+    std::unique_ptr<Platform::MenuTracking> m_menuTracking;
 
     std::unique_ptr<NoteStore> m_store;
     std::unique_ptr<Settings> m_settings;

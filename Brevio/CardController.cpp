@@ -8,7 +8,6 @@
 #include "Brevio/RootContainer.h"
 #include "Brevio/ToastView.h"
 #include "KeyboardShortcuts/KeyboardShortcuts.h"
-#include "KeyboardShortcuts/Name.h"
 #include "Platform/Keyboard/EventMonitor.h"
 
 #include <QPointer>
@@ -19,7 +18,7 @@ namespace {
 
 using namespace std::chrono_literals;
 using Face = RootContainer::Face;
-using Platform::EventDisposition;
+using Platform::EventVerdict;
 using Platform::KeyEvent;
 using Platform::TimingCurve;
 
@@ -35,6 +34,14 @@ constexpr auto gridCrossFade = 200ms;
 bool isBlank(const QString &text)
 {
     return text.trimmed().isEmpty();
+}
+
+/// The welcome note of a first run is offered once, whether or not it still exists.
+std::optional<QUuid> takePendingWelcome(NoteStore &store)
+{
+    const auto id = store.pendingWelcomeID();
+    store.setPendingWelcomeID(std::nullopt);
+    return id;
 }
 
 double between(double from, double to, double progress)
@@ -82,9 +89,9 @@ void CardController::installViewCallbacks()
 
 void CardController::installKeyMonitor()
 {
-    m_keyMonitor = Platform::EventMonitor::addLocalMonitor(
-        Platform::EventMask::KeyDown, [this](const KeyEvent &event) {
-            return m_panel->isKeyWindow() ? handleKeyDown(event) : EventDisposition::Pass;
+    m_keyMonitor = Platform::addLocalMonitor(
+        Platform::EventKind::KeyDown, [this](const Platform::MonitoredEvent &event) {
+            return m_panel->isKeyWindow() ? handleKeyDown(event.key) : EventVerdict::Pass;
         });
 }
 
@@ -98,26 +105,26 @@ void CardController::registerSummonHotkey()
                                  });
 }
 
-EventDisposition CardController::handleKeyDown(const KeyEvent &event)
+EventVerdict CardController::handleKeyDown(const KeyEvent &event)
 {
-    const bool command = event.has(Platform::ModifierFlag::Command);
-    const bool shift = event.has(Platform::ModifierFlag::Shift);
+    const bool command = (event.modifiers & Platform::Modifier::Command) != 0;
+    const bool shift = (event.modifiers & Platform::Modifier::Shift) != 0;
     const bool onCard = m_mode == CardMode::Card;
 
     if (event.keyCode == escapeKey) {
         onCard ? discardAndDismiss() : exitGridMode(m_activeNoteID, false);
-        return EventDisposition::Swallow;
+        return EventVerdict::Swallow;
     }
     if (event.keyCode == returnKey && command) {
         onCard ? commitAndDismiss() : exitGridMode(m_activeNoteID, false);
-        return EventDisposition::Swallow;
+        return EventVerdict::Swallow;
     }
     if (event.keyCode == kKey && command && shift) {
         if (onCard)
             togglePinOnActive();
-        return EventDisposition::Swallow;
+        return EventVerdict::Swallow;
     }
-    return EventDisposition::Pass;
+    return EventVerdict::Pass;
 }
 
 void CardController::showFreshCard()
@@ -145,7 +152,7 @@ void CardController::toggleSummon()
 
 void CardController::loadFreshCard()
 {
-    if (const auto welcome = m_store.takePendingWelcomeID())
+    if (const auto welcome = takePendingWelcome(m_store))
         loadNote(*welcome);
     else
         beginNewNote();

@@ -15,7 +15,7 @@ class MainQueue;
 class Screens;
 class UserDefaults;
 struct KeyEvent;
-enum class EventDisposition;
+enum class EventVerdict;
 } // namespace Platform
 
 namespace Brevio {
@@ -80,7 +80,7 @@ private:
     void installKeyMonitor();
     void registerSummonHotkey();
 
-    Platform::EventDisposition handleKeyDown(const Platform::KeyEvent &event);
+    Platform::EventVerdict handleKeyDown(const Platform::KeyEvent &event);
     /// Copies the card's text into the active note; the first text that is not blank creates it.
     void flushTextToStore();
     void discardActiveIfEmpty();
