@@ -447,7 +447,7 @@ private Q_SLOTS:
             QCOMPARE(store->note(note.id), note);
             if (WIFEXITED(status)) {
                 QCOMPARE(store->notes().size(), 2U);
-                QVERIFY(call > 6);
+                QVERIFY(call > 8);
                 break;
             }
             store->newNote();
