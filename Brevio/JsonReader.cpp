@@ -123,8 +123,8 @@ std::optional<qint64> JsonReader::integer()
     const qint64 exact = text->toLongLong(&fits);
     if (fits)
         return exact;
-    const double real = text->toDouble();
-    if (std::trunc(real) != real || real < -integerEnd || real >= integerEnd)
+    const double real = text->toDouble(&fits);
+    if (!fits || std::trunc(real) != real || real < -integerEnd || real >= integerEnd)
         return std::nullopt;
     return static_cast<qint64>(real);
 }
