@@ -13,14 +13,14 @@ namespace Brevio {
 
 namespace {
 
-constexpr double cornerRadius  = 14.0;
+constexpr double cornerRadius = 14.0;
 /// How far along the edges a corner begins to bend, in radii, and the exponent of the superellipse
 /// that it follows, chosen so that it passes the middle where a circle of the radius would.
-constexpr double cornerReach   = 1.528;
-constexpr double cornerPower   = 3.26;
-constexpr int    cornerSteps   = 24;
+constexpr double cornerReach = 1.528;
+constexpr double cornerPower = 3.26;
+constexpr int cornerSteps = 24;
 /// The hairline that keeps a cream sheet apart from a white window behind it.
-constexpr double hairline      = 1.0;
+constexpr double hairline = 1.0;
 constexpr double hairlineAlpha = 0.10;
 
 } // namespace
@@ -110,10 +110,16 @@ private:
                 continue;
             QImage picture = transparentImage();
             face.widget->render(&picture, {}, {}, QWidget::DrawChildren);
-            QPainter painter(&faces);
-            painter.setCompositionMode(mode);
-            painter.setOpacity(face.alpha);
-            painter.drawImage(0, 0, picture);
+            // Not the painter's opacity, under which sums would be cut off before they are thinned.
+            QColor opacity(Qt::black);
+            opacity.setAlphaF(static_cast<float>(face.alpha));
+            QPainter fading(&picture);
+            fading.setCompositionMode(QPainter::CompositionMode_DestinationIn);
+            fading.fillRect(rect(), opacity);
+            fading.end();
+            QPainter adding(&faces);
+            adding.setCompositionMode(mode);
+            adding.drawImage(0, 0, picture);
         }
         QImage sheet = transparentImage();
         sheet.fill(CardContentView::cardCream().resolved(m_root->m_appearance.scheme()));
@@ -181,8 +187,7 @@ void RootContainer::setHidden(Face face, bool hidden)
     changed.isHidden = hidden;
     if (hidden) {
         QWidget *focused = window()->focusWidget();
-        changed.focusBefore =
-            focused && changed.widget->isAncestorOf(focused) ? focused : nullptr;
+        changed.focusBefore = focused && changed.widget->isAncestorOf(focused) ? focused : nullptr;
         // Hiding would hand the keyboard to whatever comes next, a tile for example.
         if (changed.focusBefore)
             focused->clearFocus();
