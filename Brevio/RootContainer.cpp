@@ -60,7 +60,9 @@ public:
 protected:
     void paintEvent(QPaintEvent *) override
     {
-        const QPainterPath shape = outline(rect());
+        // A window that cannot be seen through would show black where a corner was cut.
+        const QPainterPath shape =
+            window()->testAttribute(Qt::WA_TranslucentBackground) ? outline(rect()) : wholeSheet();
         QPainter painter(this);
         painter.setRenderHint(QPainter::Antialiasing);
         if (m_isMixing) {
@@ -73,10 +75,8 @@ protected:
                                                      1.0 / picture.devicePixelRatio()));
             painter.fillPath(shape, brush);
         } else {
-            QPainterPath outside;
-            outside.addRect(rect());
             painter.setCompositionMode(QPainter::CompositionMode_DestinationOut);
-            painter.fillPath(outside.subtracted(shape), Qt::black);
+            painter.fillPath(wholeSheet().subtracted(shape), Qt::black);
         }
         painter.setCompositionMode(QPainter::CompositionMode_SourceAtop);
         QPen pen(CardContentView::cardInk().resolved(m_root->m_appearance.scheme(), hairlineAlpha));
@@ -86,6 +86,13 @@ protected:
     }
 
 private:
+    [[nodiscard]] QPainterPath wholeSheet() const
+    {
+        QPainterPath path;
+        path.addRect(rect());
+        return path;
+    }
+
     [[nodiscard]] QImage transparentImage() const
     {
         QImage image(size() * devicePixelRatioF(), QImage::Format_ARGB32_Premultiplied);

@@ -255,7 +255,5 @@ private Q_SLOTS:
     }
 };
 
-Q_DECLARE_METATYPE(std::function<void(BoundedTextViewTests &)>)
-
 QTEST_MAIN(BoundedTextViewTests)
 #include "BoundedTextViewTests.moc"
