@@ -58,11 +58,11 @@ QString withLineFeeds(QString text)
 void applyDifference(QTextDocument *document, const QString &from, const QString &to)
 {
     const qsizetype shorter = std::min(from.size(), to.size());
-    const auto prefix = std::mismatch(from.begin(), from.begin() + shorter, to.begin()).first
-                        - from.begin();
+    const auto prefix =
+        std::mismatch(from.begin(), from.begin() + shorter, to.begin()).first - from.begin();
     qsizetype suffix = 0;
-    while (suffix < shorter - prefix
-           && from[from.size() - 1 - suffix] == to[to.size() - 1 - suffix])
+    while (suffix < shorter - prefix &&
+           from[from.size() - 1 - suffix] == to[to.size() - 1 - suffix])
         ++suffix;
     QTextCursor cursor(document);
     cursor.setPosition(static_cast<int>(prefix));
@@ -203,10 +203,9 @@ void BoundedTextView::insertFromMimeData(const QMimeData *source)
     // Far too much text would be laid out for seconds only to be refused: a beginning of it that
     // is refused for certain stands for the whole.
     const double bound = 2.0 * (maxVisibleHeight + heightTolerance);
-    if (pasted.size() > longPaste
-        && TextMeasure::usedHeight(QStringView(pasted).first(longPaste), font(),
-                                   TextMeasure::containerWidth, bound)
-               > bound)
+    if (pasted.size() > longPaste &&
+        TextMeasure::usedHeight(QStringView(pasted).first(longPaste), font(),
+                                TextMeasure::containerWidth, bound) > bound)
         pasted.truncate(longPaste);
     textCursor().insertText(pasted);
     ensureCursorVisible();
@@ -275,7 +274,8 @@ void BoundedTextView::rollBack()
             QGuiApplication::inputMethod()->reset();
             m_isComposing = false;
         }
-        // What was composed leaves its space in the layout unless it is taken back in so many words.
+        // What was composed leaves its space in the layout unless it is taken back in so many
+        // words.
         QInputMethodEvent nothingComposed;
         QTextEdit::inputMethodEvent(&nothingComposed);
 

@@ -85,13 +85,13 @@ private:
     bool m_isComposing = false;
     bool m_isDictating = false;
 
-    QString m_seenText;       ///< what textDidChange was last called for
-    QString m_validText;      ///< what a refused edit returns to, with the three below
+    QString m_seenText;  ///< what textDidChange was last called for
+    QString m_validText; ///< what a refused edit returns to, with the three below
     int m_validAnchor = 0;
     int m_validPosition = 0;
     int m_validUndoSteps = 0;
-    int m_validRevision = 0;  ///< the document's, so that selections made since are the text's own
-    int m_eventDepth = 0;     ///< events being handled by the base class, which judge afterwards
+    int m_validRevision = 0; ///< the document's, so that selections made since are the text's own
+    int m_eventDepth = 0;    ///< events being handled by the base class, which judge afterwards
     bool m_isReplacing = false;
 };
 

@@ -15,23 +15,23 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr QSize  cardSize(460, 280);
-constexpr int    textInset       = 22;
-constexpr double maxTextHeight   = 236.0;
-constexpr double textPoints      = 17.0;
-constexpr double fallbackPoints  = 16.0;
+constexpr QSize cardSize(460, 280);
+constexpr int textInset = 22;
+constexpr double maxTextHeight = 236.0;
+constexpr double textPoints = 17.0;
+constexpr double fallbackPoints = 16.0;
 
-constexpr QSize  buttonSize(20, 20);
-constexpr int    buttonMargin    = 8;    ///< from the right and bottom edges
-constexpr double symbolPoints    = 18.0;
-constexpr double symbolInkAlpha  = 0.55;
+constexpr QSize buttonSize(20, 20);
+constexpr int buttonMargin = 8; ///< from the right and bottom edges
+constexpr double symbolPoints = 18.0;
+constexpr double symbolInkAlpha = 0.55;
 
-constexpr QSize  pinSize(8, 8);
-constexpr int    pinMargin       = 10;   ///< from the right and top edges
+constexpr QSize pinSize(8, 8);
+constexpr int pinMargin = 10; ///< from the right and top edges
 constexpr double pinCornerRadius = 3.0;
 
-constexpr auto   fadeDuration    = 180ms;
-constexpr auto   idleDelay       = 1s;
+constexpr auto fadeDuration = 180ms;
+constexpr auto idleDelay = 1s;
 
 /// Warm like a highlighter on paper; legible under the ink of either scheme.
 const Platform::DynamicColor selectionColor{QColor(0xf8, 0xdf, 0x9c), QColor(0x5c, 0x4a, 0x22)};
@@ -127,8 +127,8 @@ CardContentView::CardContentView(Platform::Appearance &appearance, Platform::Mai
     , m_pinIndicator(new PinMark(appearance, this))
     , m_gridButton(new GridButton(appearance, this))
 {
-    m_textView->setTextFont(Platform::Fonts::baskerville(
-        textPoints, Platform::Fonts::Slant::Upright, fallbackPoints));
+    m_textView->setTextFont(
+        Platform::Fonts::baskerville(textPoints, Platform::Fonts::Slant::Upright, fallbackPoints));
     m_textView->maxVisibleHeight = maxTextHeight;
     m_pinIndicator->hide();
     setFocusProxy(m_textView);
@@ -231,11 +231,11 @@ void CardContentView::fadeGridButton(double alpha)
 {
     if (std::exchange(m_gridButtonTarget, alpha) == alpha)
         return;
-    m_fade = Platform::animate(m_queue, fadeDuration, Platform::TimingCurve::Default,
-                               [button = m_gridButton, from = m_gridButton->alpha(),
-                                alpha](double progress) {
-                                   button->setAlpha(from + (alpha - from) * progress);
-                               });
+    m_fade = Platform::animate(
+        m_queue, fadeDuration, Platform::TimingCurve::Default,
+        [button = m_gridButton, from = m_gridButton->alpha(), alpha](double progress) {
+            button->setAlpha(from + (alpha - from) * progress);
+        });
 }
 
 } // namespace Brevio

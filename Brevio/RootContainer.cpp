@@ -13,14 +13,14 @@ namespace Brevio {
 
 namespace {
 
-constexpr double cornerRadius  = 14.0;
+constexpr double cornerRadius = 14.0;
 /// How far along the edges a corner begins to bend, in radii, and the exponent of the superellipse
 /// that it follows, chosen so that it passes the middle where a circle of the radius would.
-constexpr double cornerReach   = 1.528;
-constexpr double cornerPower   = 3.26;
-constexpr int    cornerSteps   = 24;
+constexpr double cornerReach = 1.528;
+constexpr double cornerPower = 3.26;
+constexpr int cornerSteps = 24;
 /// The hairline that keeps a cream sheet apart from a white window behind it.
-constexpr double hairline      = 1.0;
+constexpr double hairline = 1.0;
 constexpr double hairlineAlpha = 0.10;
 
 } // namespace
@@ -60,7 +60,9 @@ public:
 protected:
     void paintEvent(QPaintEvent *) override
     {
-        const QPainterPath shape = outline(rect());
+        // A window that cannot be seen through would show black where a corner was cut.
+        const QPainterPath shape =
+            window()->testAttribute(Qt::WA_TranslucentBackground) ? outline(rect()) : wholeSheet();
         QPainter painter(this);
         painter.setRenderHint(QPainter::Antialiasing);
         if (m_isMixing) {
@@ -73,10 +75,8 @@ protected:
                                                      1.0 / picture.devicePixelRatio()));
             painter.fillPath(shape, brush);
         } else {
-            QPainterPath outside;
-            outside.addRect(rect());
             painter.setCompositionMode(QPainter::CompositionMode_DestinationOut);
-            painter.fillPath(outside.subtracted(shape), Qt::black);
+            painter.fillPath(wholeSheet().subtracted(shape), Qt::black);
         }
         painter.setCompositionMode(QPainter::CompositionMode_SourceAtop);
         QPen pen(CardContentView::cardInk().resolved(m_root->m_appearance.scheme(), hairlineAlpha));
@@ -86,6 +86,13 @@ protected:
     }
 
 private:
+    [[nodiscard]] QPainterPath wholeSheet() const
+    {
+        QPainterPath path;
+        path.addRect(rect());
+        return path;
+    }
+
     [[nodiscard]] QImage transparentImage() const
     {
         QImage image(size() * devicePixelRatioF(), QImage::Format_ARGB32_Premultiplied);
@@ -110,10 +117,16 @@ private:
                 continue;
             QImage picture = transparentImage();
             face.widget->render(&picture, {}, {}, QWidget::DrawChildren);
-            QPainter painter(&faces);
-            painter.setCompositionMode(mode);
-            painter.setOpacity(face.alpha);
-            painter.drawImage(0, 0, picture);
+            // Not the painter's opacity, under which sums would be cut off before they are thinned.
+            QColor opacity(Qt::black);
+            opacity.setAlphaF(static_cast<float>(face.alpha));
+            QPainter fading(&picture);
+            fading.setCompositionMode(QPainter::CompositionMode_DestinationIn);
+            fading.fillRect(rect(), opacity);
+            fading.end();
+            QPainter adding(&faces);
+            adding.setCompositionMode(mode);
+            adding.drawImage(0, 0, picture);
         }
         QImage sheet = transparentImage();
         sheet.fill(CardContentView::cardCream().resolved(m_root->m_appearance.scheme()));
@@ -181,8 +194,7 @@ void RootContainer::setHidden(Face face, bool hidden)
     changed.isHidden = hidden;
     if (hidden) {
         QWidget *focused = window()->focusWidget();
-        changed.focusBefore =
-            focused && changed.widget->isAncestorOf(focused) ? focused : nullptr;
+        changed.focusBefore = focused && changed.widget->isAncestorOf(focused) ? focused : nullptr;
         // Hiding would hand the keyboard to whatever comes next, a tile for example.
         if (changed.focusBefore)
             focused->clearFocus();

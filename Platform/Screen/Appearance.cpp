@@ -20,17 +20,17 @@ namespace {
 
 Q_LOGGING_CATEGORY(log, "brevio.appearance", QtWarningMsg)
 
-const QString portalService   = QStringLiteral("org.freedesktop.portal.Desktop");
-const QString portalPath      = QStringLiteral("/org/freedesktop/portal/desktop");
+const QString portalService = QStringLiteral("org.freedesktop.portal.Desktop");
+const QString portalPath = QStringLiteral("/org/freedesktop/portal/desktop");
 const QString portalInterface = QStringLiteral("org.freedesktop.portal.Settings");
-const QString settingsGroup   = QStringLiteral("org.freedesktop.appearance");
-const QString settingsKey     = QStringLiteral("color-scheme");
+const QString settingsGroup = QStringLiteral("org.freedesktop.appearance");
+const QString settingsKey = QStringLiteral("color-scheme");
 
 /// Asking for a bus that is not there could start one, which takes its time.
 bool hasSessionBus()
 {
-    return !qEnvironmentVariableIsEmpty("DBUS_SESSION_BUS_ADDRESS")
-           || QFileInfo::exists(qEnvironmentVariable("XDG_RUNTIME_DIR") + QStringLiteral("/bus"));
+    return !qEnvironmentVariableIsEmpty("DBUS_SESSION_BUS_ADDRESS") ||
+           QFileInfo::exists(qEnvironmentVariable("XDG_RUNTIME_DIR") + QStringLiteral("/bus"));
 }
 
 /// What a portal's answer, wrapped in any number of variants, asks for; empty for no preference.
@@ -39,17 +39,20 @@ std::optional<ColorScheme> statedScheme(QVariant value)
     while (value.canConvert<QDBusVariant>())
         value = value.value<QDBusVariant>().variant();
     switch (value.toUInt()) {
-    case 1: return ColorScheme::Dark;
-    case 2: return ColorScheme::Light;
-    default: return std::nullopt;
+    case 1:
+        return ColorScheme::Dark;
+    case 2:
+        return ColorScheme::Light;
+    default:
+        return std::nullopt;
     }
 }
 
 ColorScheme paletteScheme()
 {
     const QPalette palette = QGuiApplication::palette();
-    return palette.color(QPalette::Window).lightness()
-                   < palette.color(QPalette::WindowText).lightness()
+    return palette.color(QPalette::Window).lightness() <
+                   palette.color(QPalette::WindowText).lightness()
                ? ColorScheme::Dark
                : ColorScheme::Light;
 }
@@ -77,10 +80,12 @@ public:
     }
 
 private Q_SLOTS:
-    void settingChanged(const QString &group, const QString &key, const QDBusVariant &value)
+    /// Takes the whole message: Qt 6.4 refuses to connect a slot with a QDBusVariant.
+    void settingChanged(const QDBusMessage &message)
     {
-        if (group == settingsGroup && key == settingsKey)
-            setStated(statedScheme(value.variant()));
+        const QVariantList arguments = message.arguments();
+        if (arguments.size() == 3 && arguments[0] == settingsGroup && arguments[1] == settingsKey)
+            setStated(statedScheme(arguments[2]));
     }
 
 private:
@@ -90,11 +95,11 @@ private:
         if (!bus.isConnected())
             return;
         // Naming the service here would make Qt wait for the bus to say who owns it.
-        bus.connect(QString(), portalPath, portalInterface, QStringLiteral("SettingChanged"), this,
-                    SLOT(settingChanged(QString, QString, QDBusVariant)));
-        QDBusMessage question = QDBusMessage::createMethodCall(portalService, portalPath,
-                                                               portalInterface,
-                                                               QStringLiteral("Read"));
+        if (!bus.connect(QString(), portalPath, portalInterface, QStringLiteral("SettingChanged"),
+                         this, SLOT(settingChanged(QDBusMessage))))
+            qCInfo(log) << "changes of the stated preference will go unnoticed";
+        QDBusMessage question = QDBusMessage::createMethodCall(
+            portalService, portalPath, portalInterface, QStringLiteral("Read"));
         question << settingsGroup << settingsKey;
         auto *watcher = new QDBusPendingCallWatcher(bus.asyncCall(question), this);
         connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher] {

@@ -17,9 +17,9 @@ constexpr double ordinaryDotsPerInch = 96.0;
 /// The original and its revivals, the best likeness first. Empty when none is installed.
 QString installedFamily()
 {
-    for (const auto &family : {QStringLiteral("Baskerville"), QStringLiteral("Baskervville"),
-                               QStringLiteral("Libre Baskerville"),
-                               QStringLiteral("Baskervald ADF Std")}) {
+    for (const auto &family :
+         {QStringLiteral("Baskerville"), QStringLiteral("Baskervville"),
+          QStringLiteral("Libre Baskerville"), QStringLiteral("Baskervald ADF Std")}) {
         if (QFontDatabase::hasFamily(family))
             return family;
     }
@@ -33,14 +33,14 @@ QFont baskerville(double points, Slant slant, double fallbackPoints)
     // Every tile of a grid asks, and listing the installed fonts is slow.
     static const QString family = installedFamily();
 
-    QFont font = family.isEmpty() ? QFontDatabase::systemFont(QFontDatabase::GeneralFont)
-                                  : QFont(family);
+    QFont font =
+        family.isEmpty() ? QFontDatabase::systemFont(QFontDatabase::GeneralFont) : QFont(family);
     setPoints(font, family.isEmpty() ? fallbackPoints : points);
     font.setWeight(QFont::Normal);
     font.setItalic(!family.isEmpty() && slant == Slant::Italic);
     font.setHintingPreference(QFont::PreferNoHinting);
-    font.setStyleStrategy(QFont::StyleStrategy(QFont::PreferAntialias | QFont::PreferQuality
-                                               | QFont::NoSubpixelAntialias));
+    font.setStyleStrategy(QFont::StyleStrategy(QFont::PreferAntialias | QFont::PreferQuality |
+                                               QFont::NoSubpixelAntialias));
     return font;
 }
 
@@ -52,8 +52,8 @@ void setPoints(QFont &font, double points)
     }
     // Qt multiplies point sizes by the screen's stated resolution.
     const QScreen *screen = QGuiApplication::primaryScreen();
-    font.setPointSizeF(points * pointsPerInch
-                       / (screen ? screen->logicalDotsPerInchY() : ordinaryDotsPerInch));
+    font.setPointSizeF(points * pointsPerInch /
+                       (screen ? screen->logicalDotsPerInchY() : ordinaryDotsPerInch));
 }
 
 double points(const QFont &font)
@@ -61,8 +61,8 @@ double points(const QFont &font)
     if (font.pixelSize() > 0)
         return font.pixelSize();
     const QScreen *screen = QGuiApplication::primaryScreen();
-    return font.pointSizeF() * (screen ? screen->logicalDotsPerInchY() : ordinaryDotsPerInch)
-           / pointsPerInch;
+    return font.pointSizeF() * (screen ? screen->logicalDotsPerInchY() : ordinaryDotsPerInch) /
+           pointsPerInch;
 }
 
 } // namespace Platform::Fonts

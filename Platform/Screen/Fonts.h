@@ -6,10 +6,12 @@ namespace Platform::Fonts {
 
 enum class Slant { Upright, Italic };
 
-/// "Baskerville", or the first installed of its revivals, at a size in points (logical pixels;
-/// fractions such as 10.5 are kept). With none of them installed, the desktop's own font, upright,
-/// at `fallbackPoints`. Glyphs keep their drawn shapes and widths at every size and grey edges on
-/// every background, so a text wraps alike on every display and looks alike while it fades.
+/// "Baskerville", or the first installed of its revivals, at a size in points (logical pixels). A
+/// fraction such as 10.5 is kept in the font, but Qt draws and measures it at the nearest whole
+/// pixel; painting at twice the size under a scale of one half shows it exactly. With none of them
+/// installed, the desktop's own font, upright, at `fallbackPoints`. Glyphs keep their drawn shapes
+/// and widths at every size and grey edges on every background, so a text wraps alike on every
+/// display and looks alike while it fades.
 [[nodiscard]] QFont baskerville(double points, Slant slant, double fallbackPoints);
 
 /// Gives the font a size in logical pixels, fractions kept, which Qt's own pixel sizes do not.

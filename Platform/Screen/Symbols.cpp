@@ -12,16 +12,19 @@ namespace {
 
 /// The drawings are made in a square of this many units.
 constexpr double unitsAcross = 24.0;
+/// Outlines of strokes are made of pieces about a unit long, so they are made this much larger.
+constexpr double strokeScale = 40.0;
 constexpr double regularStroke = 1.6;
 constexpr double semiboldStroke = 2.1;
 
 QPainterPath stroked(const QPainterPath &line, double width)
 {
     QPainterPathStroker stroker;
-    stroker.setWidth(width);
+    stroker.setWidth(width * strokeScale);
     stroker.setCapStyle(Qt::RoundCap);
     stroker.setJoinStyle(Qt::RoundJoin);
-    return stroker.createStroke(line);
+    const auto larger = QTransform::fromScale(strokeScale, strokeScale);
+    return larger.inverted().map(stroker.createStroke(larger.map(line)));
 }
 
 /// A sheet with three lines of writing, the last one short.
@@ -38,8 +41,9 @@ QPainterPath noteText(double stroke)
 
 QPainterPath grid(double stroke)
 {
-    constexpr double side = 4.4;
-    constexpr double pitch = 6.8;
+    // At 18 points every edge falls between two pixels.
+    constexpr double side = 4.0;
+    constexpr double pitch = 8.0;
     constexpr double first = (unitsAcross - 2.0 * pitch - side) / 2.0;
     QPainterPath squares;
     for (int row = 0; row < 3; ++row) {
@@ -48,7 +52,7 @@ QPainterPath grid(double stroke)
                                    1.0, 1.0);
     }
     // Nine outlines at the full weight would run together.
-    return stroked(squares, stroke * 0.8);
+    return stroked(squares, stroke / 1.2);
 }
 
 QPainterPath microphone(double stroke)
@@ -65,7 +69,8 @@ QPainterPath microphone(double stroke)
     stand.lineTo(12.0, 21.6);
     stand.moveTo(8.6, 21.6);
     stand.lineTo(15.4, 21.6);
-    return capsule.united(stroked(stand, stroke));
+    capsule.addPath(stroked(stand, stroke));
+    return capsule;
 }
 
 } // namespace

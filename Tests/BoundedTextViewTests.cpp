@@ -1,0 +1,259 @@
+#include "Brevio/BoundedTextView.h"
+#include "Brevio/TextMeasure.h"
+#include "Platform/Screen/Fonts.h"
+#include "Tests/Support/FakeAppearance.h"
+
+#include <QClipboard>
+#include <QInputMethodEvent>
+#include <QMimeData>
+#include <QScrollBar>
+#include <QSignalSpy>
+#include <QTest>
+
+using Brevio::BoundedTextView;
+
+namespace {
+
+const QString threeLines = QStringLiteral("one\ntwo\nthree");
+
+} // namespace
+
+/// A view that holds three lines and not a fourth.
+class BoundedTextViewTests final : public QObject
+{
+    Q_OBJECT
+
+private:
+    void compose(const QString &preedit, const QString &commit = {})
+    {
+        QInputMethodEvent event(preedit, {});
+        event.setCommitString(commit);
+        QCoreApplication::sendEvent(m_view.get(), &event);
+    }
+
+    void paste(const QString &text)
+    {
+        QGuiApplication::clipboard()->setText(text);
+        m_view->paste();
+    }
+
+    void select(int anchor, int position)
+    {
+        QTextCursor cursor = m_view->textCursor();
+        cursor.setPosition(anchor);
+        cursor.setPosition(position, QTextCursor::KeepAnchor);
+        m_view->setTextCursor(cursor);
+    }
+
+    FakeAppearance m_appearance;
+    std::unique_ptr<BoundedTextView> m_view;
+    int m_refusals = 0;
+    QStringList m_reported;
+
+private Q_SLOTS:
+    void init()
+    {
+        m_view = std::make_unique<BoundedTextView>(m_appearance);
+        m_view->setTextFont(
+            Platform::Fonts::baskerville(17.0, Platform::Fonts::Slant::Upright, 16.0));
+        m_view->resize(416, 236);
+        m_view->maxVisibleHeight = 3.0 * Brevio::TextMeasure::lineHeight(m_view->font()) - 1.0;
+        m_view->onRejectedEdit = [this] { ++m_refusals; };
+        m_view->textDidChange = [this] { m_reported << m_view->text(); };
+        m_view->show();
+        QVERIFY(QTest::qWaitForWindowExposed(m_view.get()));
+        m_view->setFocus();
+        m_refusals = 0;
+        m_reported.clear();
+    }
+
+    void oneEditIsAcceptedOrRefusedAsAWhole_data()
+    {
+        using Edit = std::function<void(BoundedTextViewTests &)>;
+        QTest::addColumn<QString>("before");
+        QTest::addColumn<int>("anchor");
+        QTest::addColumn<int>("caret");
+        QTest::addColumn<Edit>("edit");
+        QTest::addColumn<QString>("accepted"); // null: refused
+
+        const auto key = [](int code) -> Edit {
+            return [code](auto &t) { QTest::keyClick(t.m_view.get(), static_cast<Qt::Key>(code)); };
+        };
+        const auto pasted = [](const QString &text) -> Edit {
+            return [text](auto &t) { t.paste(text); };
+        };
+        const QString two = QStringLiteral("one\ntwo");
+        const QString full = threeLines;
+        const QString wide(60, u'W');
+        QTest::newRow("third line") << two << 7 << 7 << key(Qt::Key_Return) << two + u'\n';
+        QTest::newRow("fourth line") << full << 3 << 3 << key(Qt::Key_Return) << QString();
+        QTest::newRow("letter that fits") << full << 13 << 13 << key(Qt::Key_X) << full + u'x';
+        QTest::newRow("wrapping paste") << full << 13 << 13 << pasted(wide) << QString();
+        QTest::newRow("paste over a selection that makes room")
+            << full << 0 << 8 << pasted(QStringLiteral("a\nb")) << QStringLiteral("a\nbthree");
+        QTest::newRow("paste over a backward selection")
+            << full << 9 << 2 << pasted(QStringLiteral("a\nb\nc\nd")) << QString();
+        QTest::newRow("a megabyte in one line")
+            << two << 2 << 2 << pasted(QString(1 << 20, u'm')) << QString();
+        QTest::newRow("a megabyte of lines")
+            << two << 2 << 2 << pasted(QString(1 << 20, u'\n')) << QString();
+        QTest::newRow("commit of two lines over a selection")
+            << full << 4 << 7 << Edit([](auto &t) {
+                   t.compose(QStringLiteral("x"));
+                   t.compose({}, QStringLiteral("a\nb"));
+               })
+            << QString();
+        QTest::newRow("commit that fits") << full << 4 << 7 << Edit([](auto &t) {
+            t.compose(QStringLiteral("x"));
+            t.compose({}, QStringLiteral("é"));
+        }) << QStringLiteral("one\né\nthree");
+        QTest::newRow("deletion") << full << 3 << 4 << key(Qt::Key_Backspace)
+                                  << QStringLiteral("onetwo\nthree");
+    }
+
+    void oneEditIsAcceptedOrRefusedAsAWhole()
+    {
+        QFETCH(QString, before);
+        QFETCH(int, anchor);
+        QFETCH(int, caret);
+        QFETCH(std::function<void(BoundedTextViewTests &)>, edit);
+        QFETCH(QString, accepted);
+        m_view->setText(before);
+        select(anchor, caret);
+
+        edit(*this);
+
+        const bool isRefused = accepted.isNull();
+        QCOMPARE(m_view->text(), isRefused ? before : accepted);
+        QCOMPARE(m_refusals, isRefused ? 1 : 0);
+        QCOMPARE(m_reported.last(), m_view->text());
+        QCOMPARE(m_view->document()->size().height(), m_view->usedHeight(m_view->text()));
+        QVERIFY(!m_view->document()->isRedoAvailable());
+        if (isRefused) {
+            QVERIFY(m_reported.first() != before);
+            QCOMPARE(m_view->textCursor().anchor(), anchor);
+            QCOMPARE(m_view->textCursor().position(), caret);
+            m_view->undo();
+            QCOMPARE(m_view->text(), before);
+        } else {
+            m_view->undo();
+            while (m_view->document()->isUndoAvailable())
+                m_view->undo();
+            QCOMPARE(m_view->text(), before);
+        }
+    }
+
+    void undoAndRedoStepOverARefusedLetter()
+    {
+        m_view->setText(QStringLiteral("1\n2\n"));
+        QString widest;
+        while (m_refusals == 0 && widest.size() < 200) {
+            QTest::keyClicks(m_view.get(), QStringLiteral("w"));
+            widest += u'w';
+        }
+        widest.chop(1);
+        QCOMPARE(m_refusals, 1);
+        QCOMPARE(m_view->text(), QStringLiteral("1\n2\n") + widest);
+
+        m_view->redo();
+        QCOMPARE(m_view->text(), QStringLiteral("1\n2\n") + widest);
+        m_view->undo();
+        QCOMPARE(m_view->text(), QStringLiteral("1\n2\n"));
+        m_view->redo();
+        QCOMPARE(m_view->text(), QStringLiteral("1\n2\n") + widest);
+        QCOMPARE(m_refusals, 1);
+    }
+
+    void theCaretReturnsToWhereItWasMovedBeforeTheRefusedEdit()
+    {
+        m_view->setText(threeLines);
+        QTest::keyClick(m_view.get(), Qt::Key_Backspace);
+        QTest::keyClick(m_view.get(), Qt::Key_Home, Qt::ControlModifier);
+        QTest::keyClick(m_view.get(), Qt::Key_Right, Qt::ShiftModifier);
+        QTest::keyClick(m_view.get(), Qt::Key_Right, Qt::ShiftModifier);
+        paste(QStringLiteral("\n\n\n"));
+        QCOMPARE(m_refusals, 1);
+        QCOMPARE(m_view->textCursor().anchor(), 0);
+        QCOMPARE(m_view->textCursor().position(), 2);
+    }
+
+    void compositionIsNeverRefusedBeforeItIsCommitted()
+    {
+        m_view->setText(threeLines);
+        compose(QString(100, u'W'));
+        QCOMPARE(m_refusals, 0);
+        QVERIFY(m_reported.isEmpty());
+        compose({}, QString(100, u'W'));
+        QCOMPARE(m_refusals, 1);
+        QCOMPARE(m_view->text(), threeLines);
+    }
+
+    void anotherNotesTextNeverComesBack()
+    {
+        QTest::keyClicks(m_view.get(), QStringLiteral("secret"));
+        m_reported.clear();
+        m_view->setText(QStringLiteral("other"));
+        m_view->undo();
+        QCOMPARE(m_view->text(), QStringLiteral("other"));
+        QVERIFY(m_reported.isEmpty());
+        paste(QStringLiteral("\n\n\n\n"));
+        QCOMPARE(m_view->text(), QStringLiteral("other"));
+        QCOMPARE(m_view->textCursor().position(), 5);
+    }
+
+    void aNoteThatIsTooTallCanBeShortenedAndNotLengthened()
+    {
+        const QString tooTall = QStringLiteral("1\n2\n3\n4\n5");
+        m_view->setText(tooTall);
+        QTest::keyClick(m_view.get(), Qt::Key_X);
+        QCOMPARE(m_view->text(), tooTall);
+        QTest::keyClick(m_view.get(), Qt::Key_Backspace);
+        QCOMPARE(m_view->text(), QStringLiteral("1\n2\n3\n4\n"));
+        QCOMPARE(m_refusals, 1);
+    }
+
+    void textIsPlainAndKeepsItsCharacters()
+    {
+        auto *data = new QMimeData;
+        data->setHtml(QStringLiteral("<b>bold</b>"));
+        data->setText(QStringLiteral("a\u00a0b\u2028c"));
+        QGuiApplication::clipboard()->setMimeData(data);
+        m_view->paste();
+        QCOMPARE(m_view->text(), QStringLiteral("a\u00a0b\nc"));
+        QVERIFY(!m_view->textCursor().charFormat().font().bold());
+        m_view->selectAll();
+        m_view->copy();
+        QCOMPARE(QGuiApplication::clipboard()->text(), QStringLiteral("a\u00a0b\nc"));
+        QVERIFY(!QGuiApplication::clipboard()->mimeData()->hasHtml());
+    }
+
+    void nothingScrolls()
+    {
+        m_view->setText(QString(40, u'\n'));
+        for (const auto key : {Qt::Key_PageDown, Qt::Key_End, Qt::Key_Down})
+            QTest::keyClick(m_view.get(), key, Qt::ControlModifier);
+        m_view->verticalScrollBar()->setValue(100);
+        m_view->ensureCursorVisible();
+        QCOMPARE(m_view->verticalScrollBar()->value(), 0);
+        // Three lines and not a part of a fourth.
+        const double line = Brevio::TextMeasure::lineHeight(m_view->font());
+        QCOMPARE(m_view->viewport()->mask().boundingRect().height(), static_cast<int>(3.0 * line));
+    }
+
+    void theMicrophoneFollowsTheAppearance()
+    {
+        const auto hotPixels = [this] { return m_view->viewport()->cursor().pixmap().toImage(); };
+        m_view->setDictating(true);
+        const QImage black = hotPixels();
+        QVERIFY(!black.isNull());
+        m_appearance.setScheme(Platform::ColorScheme::Dark);
+        QCOMPARE(hotPixels().pixelColor(9, 6), QColor(Qt::white));
+        QCOMPARE(black.pixelColor(9, 6), QColor(Qt::black));
+        m_appearance.setScheme(Platform::ColorScheme::Light);
+        m_view->setDictating(false);
+        QCOMPARE(m_view->viewport()->cursor().shape(), Qt::IBeamCursor);
+    }
+};
+
+QTEST_MAIN(BoundedTextViewTests)
+#include "BoundedTextViewTests.moc"

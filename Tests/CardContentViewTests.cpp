@@ -1,0 +1,146 @@
+#include "Brevio/BoundedTextView.h"
+#include "Brevio/CardContentView.h"
+#include "Brevio/TextMeasure.h"
+#include "Tests/Support/FakeAppearance.h"
+#include "Tests/Support/ManualTime.h"
+
+#include <QAccessible>
+#include <QEnterEvent>
+#include <QSignalSpy>
+#include <QTest>
+
+using namespace std::chrono_literals;
+using Brevio::CardContentView;
+
+class CardContentViewTests final : public QObject
+{
+    Q_OBJECT
+
+private:
+    void enter()
+    {
+        QEnterEvent event({100, 100}, {100, 100}, {100, 100});
+        QCoreApplication::sendEvent(m_card.get(), &event);
+    }
+    void leave()
+    {
+        QEvent event(QEvent::Leave);
+        QCoreApplication::sendEvent(m_card.get(), &event);
+    }
+    void moveOver(QWidget *widget)
+    {
+        QMouseEvent event(QEvent::MouseMove, {5, 5}, {5, 5}, {5, 5}, Qt::NoButton, Qt::NoButton,
+                          Qt::NoModifier);
+        QCoreApplication::sendEvent(widget, &event);
+    }
+
+    FakeAppearance m_appearance;
+    ManualQueue m_queue;
+    std::unique_ptr<CardContentView> m_card;
+
+private Q_SLOTS:
+    void init()
+    {
+        m_appearance.setScheme(Platform::ColorScheme::Light);
+        m_card = std::make_unique<CardContentView>(m_appearance, m_queue);
+        m_card->show();
+        m_queue.advance(2s);
+    }
+
+    void everythingStandsInItsPlace()
+    {
+        QCOMPARE(m_card->size(), QSize(460, 280));
+        QCOMPARE(m_card->textView()->geometry(), QRect(22, 22, 416, 236));
+        QCOMPARE(m_card->gridButton()->geometry(), QRect(432, 252, 20, 20));
+        m_card->setPinIndicatorHidden(false);
+        const QImage picture = m_card->grab().toImage();
+        const QRgb yellow = Platform::systemYellow().light.rgb();
+        QCOMPARE(picture.pixel(446, 14), yellow);
+        QVERIFY(picture.pixel(442, 10) != yellow);
+        QVERIFY(picture.pixel(441, 14) != yellow);
+    }
+
+    void aCardHoldsElevenLines()
+    {
+        m_card->textView()->setText(QString(10, u'\n'));
+        int refusals = 0;
+        m_card->textView()->onRejectedEdit = [&] { ++refusals; };
+        QTest::keyClick(m_card->textView(), Qt::Key_A);
+        QCOMPARE(refusals, 0);
+        QTest::keyClick(m_card->textView(), Qt::Key_Return);
+        QCOMPARE(refusals, 1);
+    }
+
+    void theGridButtonShowsWhileThePointerMoves()
+    {
+        enter();
+        m_queue.advance(90ms);
+        QVERIFY(m_card->gridButtonAlpha() > 0.0 && m_card->gridButtonAlpha() < 1.0);
+        m_queue.advance(90ms);
+        QCOMPARE(m_card->gridButtonAlpha(), 1.0);
+        for (QWidget *under : {static_cast<QWidget *>(m_card.get()), m_card->textView()->viewport(),
+                               static_cast<QWidget *>(m_card->gridButton())}) {
+            moveOver(under);
+            m_queue.advance(999ms);
+            QCOMPARE(m_card->gridButtonAlpha(), 1.0);
+        }
+        m_queue.advance(1ms);
+        QCOMPARE(m_card->gridButtonAlpha(), 1.0);
+        m_queue.advance(180ms);
+        QCOMPARE(m_card->gridButtonAlpha(), 0.0);
+        QCOMPARE(m_queue.pendingJobs(), 0);
+    }
+
+    void leavingFadesAtOnceAndLeavesNothingToDo()
+    {
+        enter();
+        m_queue.advance(300ms);
+        leave();
+        m_queue.advance(180ms);
+        QCOMPARE(m_card->gridButtonAlpha(), 0.0);
+        QCOMPARE(m_queue.pendingJobs(), 0);
+    }
+
+    void aViewThatGoesAwayTakesItsJobsAlong()
+    {
+        enter();
+        m_card.reset();
+        QCOMPARE(m_queue.pendingJobs(), 0);
+        m_queue.advance(2s);
+    }
+
+    void theTransparentGridButtonCanBePressed()
+    {
+        int taps = 0;
+        m_card->textView()->setFocus();
+        QTest::mouseClick(m_card->gridButton(), Qt::LeftButton); // Nobody listens yet.
+        m_card->onGridButtonTapped = [&] { ++taps; };
+        QTest::mouseClick(m_card->gridButton(), Qt::LeftButton);
+        QCOMPARE(taps, 1);
+        QCOMPARE(m_card->focusWidget(), m_card->textView());
+        auto *button = QAccessible::queryAccessibleInterface(m_card->gridButton());
+        QCOMPARE(button->text(QAccessible::Name), QStringLiteral("Show all cards"));
+        button->actionInterface()->doAction(QAccessibleActionInterface::pressAction());
+        QTRY_COMPARE(taps, 2);
+    }
+
+    void colorsFollowTheAppearanceInAnOpenCard()
+    {
+        m_card->setPinIndicatorHidden(false);
+        m_card->textView()->setText(QString(200, u'M'));
+        m_appearance.setScheme(Platform::ColorScheme::Dark);
+        QCOMPARE(m_card->textView()->palette().color(QPalette::Text),
+                 CardContentView::cardInk().dark);
+        QImage onBlack(m_card->size(), QImage::Format_RGB32);
+        onBlack.fill(Qt::black);
+        m_card->render(&onBlack, {}, {}, QWidget::DrawChildren);
+        QCOMPARE(onBlack.pixel(446, 14), Platform::systemYellow().dark.rgb());
+        int lightest = 0;
+        for (int x = 27; x < 430; ++x)
+            lightest = std::max(lightest, qGray(onBlack.pixel(x, 36)));
+        QVERIFY(lightest > 200);
+    }
+};
+
+QTEST_MAIN(CardContentViewTests)
+#include "CardContentViewTests.moc"

@@ -1,0 +1,121 @@
+#include "Brevio/TextMeasure.h"
+#include "Platform/Screen/Fonts.h"
+
+#include <QElapsedTimer>
+#include <QFontInfo>
+#include <QRandomGenerator>
+#include <QTest>
+#include <QTextDocument>
+
+using namespace Brevio;
+using Platform::Fonts::Slant;
+
+class TextMeasureTests final : public QObject
+{
+    Q_OBJECT
+
+private:
+    const QFont m_font = Platform::Fonts::baskerville(17.0, Slant::Upright, 16.0);
+    const double m_line = TextMeasure::lineHeight(m_font);
+
+    double heightInADocument(const QString &text) const
+    {
+        QTextDocument document;
+        document.setDefaultFont(m_font);
+        document.setUndoRedoEnabled(false);
+        document.setPlainText(text);
+        TextMeasure::applyLayout(document, m_font);
+        document.setTextWidth(TextMeasure::containerWidth);
+        return document.size().height();
+    }
+
+private Q_SLOTS:
+    void linesAreCounted_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<int>("lines");
+        QTest::newRow("empty") << QString() << 1;
+        QTest::newRow("one line") << QStringLiteral("a") << 1;
+        QTest::newRow("final line feed") << QStringLiteral("a\n") << 2;
+        QTest::newRow("only line feeds") << QStringLiteral("\n\n") << 3;
+        QTest::newRow("line separator") << QStringLiteral("a\u2028b") << 2;
+        QTest::newRow("signs of another font") << QStringLiteral("⌘⇧↩⌥\n漢字\n→") << 3;
+    }
+
+    void linesAreCounted()
+    {
+        QFETCH(QString, text);
+        QFETCH(int, lines);
+        QCOMPARE(TextMeasure::usedHeight(text, m_font), lines * m_line);
+    }
+
+    void theWelcomeNoteFitsOnACard()
+    {
+        const QString welcome = QStringLiteral(
+            "Welcome to Brevio.\n\n⌘⇧Space — summon a card\n⌘↩ — keep it\nEsc — discard it\n"
+            "⌘⇧K — pin (yellow dot)\nHold ⌥ — dictate\n⌘, — preferences\n\n"
+            "Cards expire in 7 days unless pinned.");
+        QCOMPARE(TextMeasure::usedHeight(welcome, m_font), 10.0 * m_line);
+        QVERIFY(10.0 * m_line <= 237.0);
+    }
+
+    void aLineBreaksWhereItsPaddingBegins()
+    {
+        QString text;
+        while (QFontMetricsF(m_font).horizontalAdvance(text + u'i') <= 406.0)
+            text += u'i';
+        QCOMPARE(TextMeasure::usedHeight(text, m_font), m_line);
+        QCOMPARE(TextMeasure::usedHeight(text + u'i', m_font), 2.0 * m_line);
+    }
+
+    void everyTextIsAsTallAsTheEditorLaysItOut()
+    {
+        const QStringList pieces{
+            QStringLiteral("word"),  QStringLiteral(" "),       QStringLiteral("\n"),
+            QStringLiteral("\t"),    QStringLiteral("⌘⇧"),      QStringLiteral("漢字かな"),
+            QStringLiteral("שלום"),  QStringLiteral("\u00a0"),  QStringLiteral("😀👩‍👧"),
+            QStringLiteral("a-b/c"), QStringLiteral("Ünïcödé"), QString(70, u'm')};
+        QRandomGenerator random(7);
+        for (int round = 0; round < 200; ++round) {
+            QString text;
+            for (int i = random.bounded(60); i > 0; --i)
+                text += pieces[random.bounded(static_cast<int>(pieces.size()))];
+            QCOMPARE(TextMeasure::usedHeight(text, m_font), heightInADocument(text));
+        }
+    }
+
+    void measuringStopsOnceEnoughIsKnown_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::newRow("one paragraph") << QString(QStringLiteral("word ")).repeated(1 << 20);
+        QTest::newRow("many paragraphs") << QString(QStringLiteral("word\n")).repeated(1 << 20);
+    }
+
+    void measuringStopsOnceEnoughIsKnown()
+    {
+        QFETCH(QString, text);
+        QElapsedTimer timer;
+        timer.start();
+        QVERIFY(TextMeasure::usedHeight(text, m_font, TextMeasure::containerWidth, 237.0) > 237.0);
+        // Laying all of it out takes tens of seconds.
+        QVERIFY2(timer.elapsed() < 500, qPrintable(QString::number(timer.elapsed())));
+    }
+
+    void fontsKeepFractionsOfAPoint_data()
+    {
+        QTest::addColumn<double>("points");
+        for (const double points : {10.5, 17.0, 22.0})
+            QTest::addRow("%.1f", points) << points;
+    }
+
+    void fontsKeepFractionsOfAPoint()
+    {
+        QFETCH(double, points);
+        QCOMPARE(
+            Platform::Fonts::points(Platform::Fonts::baskerville(points, Slant::Italic, points)),
+            points);
+    }
+};
+
+QTEST_MAIN(TextMeasureTests)
+#include "TextMeasureTests.moc"
