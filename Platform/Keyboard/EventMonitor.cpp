@@ -90,6 +90,8 @@ private:
 
     std::vector<std::weak_ptr<Monitor>> m_monitors;
     Passage m_passage;
+    quint32 m_releasedKey = 0;
+    quint64 m_releaseTime = 0;
     std::map<int, ModifierFlags> m_heldKeys; ///< The modifier keys, by code, that went down here.
     ModifierFlags m_flags = 0;               ///< As last announced.
     QPointer<QWidget> m_flagsWindow;
@@ -160,14 +162,21 @@ bool InputFilter::filterKey(QObject *receiver, QKeyEvent &event)
 EventVerdict InputFilter::firstSight(QObject *receiver, const QKeyEvent &event)
 {
     QWidget *window = windowOf(receiver);
-    const auto key = KeyEvent::from(event);
+    auto key = KeyEvent::from(event);
+    // X repeats a held key as a release and a press of the same moment, which Qt notices only when
+    // it has both before it. Synthetic keys have no hardware code and may be that fast.
+    if (event.type() == QEvent::KeyRelease) {
+        m_releasedKey = event.nativeScanCode();
+        m_releaseTime = event.timestamp();
+    } else if (event.nativeScanCode() != 0 && event.nativeScanCode() == m_releasedKey) {
+        key.isRepeat |= event.timestamp() == m_releaseTime;
+    }
     switch (key.type) {
     case KeyEvent::Type::FlagsChanged:
         if (!key.isRepeat)
             trackModifierKey(event, key, window);
         return EventVerdict::Pass;
     case KeyEvent::Type::KeyUp:
-        // A held key comes up once, not at every repetition.
         if (!key.isRepeat)
             offer({EventKind::KeyUp, window, key, {}});
         return EventVerdict::Pass;

@@ -39,7 +39,8 @@ struct KeyEvent
     ModifierFlags modifiers = 0;
     /// What the key would type; may be empty.
     QString text;
-    /// True for a key-down that the keyboard repeats while the key is held.
+    /// True for a key-down that the keyboard repeats while the key is held. Key-ups may come
+    /// between the repetitions.
     bool isRepeat = false;
 
     /// The event of a press or release in Qt's terms. A modifier key gives a FlagsChanged.
