@@ -89,7 +89,6 @@ public:
     {
         for (const auto &[id, combination] : m_hotKeys)
             ungrab(combination);
-        xcb_flush(m_connection);
     }
 
     bool isSupported() const override { return true; }
@@ -109,10 +108,9 @@ public:
     void unregisterHotKey(HotKeyId id) override
     {
         const auto found = m_hotKeys.extract(id);
-        if (found.empty() || isGrabbed(found.mapped()))
-            return;
-        ungrab(found.mapped());
-        xcb_flush(m_connection);
+        // Ending the grab would end it for another id on the same keys too.
+        if (!found.empty() && !isGrabbed(found.mapped()))
+            ungrab(found.mapped());
     }
 
     bool nativeEventFilter(const QByteArray &type, void *message, qintptr *) override
@@ -171,6 +169,7 @@ private:
             for (const auto lock : m_lockMasks)
                 xcb_ungrab_key(m_connection, combination.keycode, root, combination.modifiers | lock);
         }
+        xcb_flush(m_connection);
     }
 
     [[nodiscard]] std::vector<std::uint16_t> readLockMasks() const
