@@ -26,8 +26,8 @@ struct Scene
         window.activateWindow();
         (void)QTest::qWaitForWindowActive(&window);
         editor.setFocus();
-        monitor = addLocalMonitor(mask, [this](const MonitoredEvent &event) { return see(event); },
-                                  scope);
+        monitor = addLocalMonitor(
+            mask, [this](const MonitoredEvent &event) { return see(event); }, scope);
     }
 
     EventVerdict see(const MonitoredEvent &event)
@@ -284,7 +284,8 @@ void EventMonitorTests::aMenuThatIsDeletedWhileOpenEndsTracking()
     NotificationCenter center;
     const MenuTracking tracking(center);
     int ends = 0;
-    const auto ended = center.addObserver(MenuTracking::didEndTracking, [&](const auto &) { ++ends; });
+    const auto ended =
+        center.addObserver(MenuTracking::didEndTracking, [&](const auto &) { ++ends; });
     auto menu = std::make_unique<QMenu>();
     menu->addAction(QStringLiteral("Item"));
     menu->popup({});

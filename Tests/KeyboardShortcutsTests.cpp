@@ -30,7 +30,11 @@ public:
         m_saved = dup(STDOUT_FILENO);
         dup2(fileno(m_file), STDOUT_FILENO);
     }
-    ~CapturedOutput() { (void)text(); std::fclose(m_file); }
+    ~CapturedOutput()
+    {
+        (void)text();
+        std::fclose(m_file);
+    }
 
     /// Read past the buffer of the C library: what was not flushed is not there.
     QByteArray text()
@@ -82,9 +86,10 @@ void KeyboardShortcutsTests::theFirstStartStoresAndRegistersTheDefault()
 {
     ShortcutsFixture f;
     QStringList changed;
-    const auto observer = f.center.addObserver(shortcutByNameDidChange, [&](const QVariantMap &info) {
-        changed << info.value(QStringLiteral("name")).value<Name>().rawValue();
-    });
+    const auto observer =
+        f.center.addObserver(shortcutByNameDidChange, [&](const QVariantMap &info) {
+            changed << info.value(QStringLiteral("name")).value<Name>().rawValue();
+        });
     const auto summon = Name::summon();
     QCOMPARE(f.defaults.object(summonKey), QJsonValue(defaultText));
     QCOMPARE(f.hotKeys.registered().size(), std::size_t(1));
@@ -101,7 +106,8 @@ void KeyboardShortcutsTests::whatIsStoredDecidesWhatTheNextStartRegisters_data()
     QTest::addColumn<QJsonValue>("stored");
     QTest::addColumn<QStringList>("log");
     const QStringList none;
-    QTest::newRow("the user's own") << QJsonValue(*other.toJson()) << QStringList{QStringLiteral("+1")};
+    QTest::newRow("the user's own")
+        << QJsonValue(*other.toJson()) << QStringList{QStringLiteral("+1")};
     QTest::newRow("cleared") << QJsonValue(false) << none;
     QTest::newRow("not JSON") << QJsonValue(QStringLiteral("{")) << none;
     QTest::newRow("not a text") << QJsonValue(49) << none;
@@ -146,8 +152,9 @@ void KeyboardShortcutsTests::aPressRunsTheActionsOfEveryNameThatHoldsTheShortcut
     onKeyDown(third, [&] { ran << QStringLiteral("third"); });
     second.setShortcut(Shortcut(49, 768));
     f.hotKeys.press(summonKeys);
-    QCOMPARE(std::exchange(ran, {}), QStringList({QStringLiteral("first"), QStringLiteral("and then"),
-                                                  QStringLiteral("second")}));
+    QCOMPARE(std::exchange(ran, {}),
+             QStringList(
+                 {QStringLiteral("first"), QStringLiteral("and then"), QStringLiteral("second")}));
     f.hotKeys.release(summonKeys);
     QCOMPARE(ran, QStringList{QStringLiteral("up")});
 }
@@ -218,7 +225,8 @@ void KeyboardShortcutsTests::clearingNothingChangesNothing()
     ShortcutsFixture f;
     f.defaults.set(summonKey, QStringLiteral("{"));
     int changes = 0;
-    const auto observer = f.center.addObserver(shortcutByNameDidChange, [&](const auto &) { ++changes; });
+    const auto observer =
+        f.center.addObserver(shortcutByNameDidChange, [&](const auto &) { ++changes; });
     Name::summon().setShortcut(std::nullopt);
     QCOMPARE(changes, 0);
     QCOMPARE(f.defaults.object(summonKey), QJsonValue(QStringLiteral("{")));

@@ -65,15 +65,16 @@ void ShortcutTests::theStoredTextIsExact()
 {
     const auto text = QStringLiteral(R"({"carbonKeyCode":49,"carbonModifiers":768})");
     QCOMPARE(Shortcut(49, 768).toJson(), std::optional(text));
-    QCOMPARE(Shortcut(Key::space, Modifier::Command | Modifier::Shift).toJson(), std::optional(text));
+    QCOMPARE(Shortcut(Key::space, Modifier::Command | Modifier::Shift).toJson(),
+             std::optional(text));
     QVERIFY(!Shortcut(-1, 768).toJson());
     QVERIFY(!Shortcut(std::int64_t(1) << 32, 768).toJson());
 }
 
 void ShortcutTests::aHugeTextIsRefusedAtOnce()
 {
-    const auto text = QStringLiteral(R"({"carbonKeyCode":49,"carbonModifiers":768})")
-        + QString(50'000'000, u' ');
+    const auto text =
+        QStringLiteral(R"({"carbonKeyCode":49,"carbonModifiers":768})") + QString(50'000'000, u' ');
     QElapsedTimer timer;
     timer.start();
     QVERIFY(!Shortcut::fromJson(text));
@@ -84,9 +85,11 @@ void ShortcutTests::onlyTheFiveModifiersSurvive()
 {
     QCOMPARE(Shortcut(49, 769).carbonModifiers(), 768);
     QCOMPARE(Shortcut(49, -1).carbonModifiers(), 0x100 | 0x200 | 0x800 | 0x1000 | 0x20000);
-    QCOMPARE(Shortcut(Key::a, ~0U).modifiers(), Modifier::Command | Modifier::Shift | Modifier::Option
-                 | Modifier::Control | Modifier::Function);
-    QCOMPARE(Shortcut(Key::n, Modifier::Control | Modifier::Option | Modifier::CapsLock).carbonModifiers(),
+    QCOMPARE(Shortcut(Key::a, ~0U).modifiers(), Modifier::Command | Modifier::Shift |
+                                                    Modifier::Option | Modifier::Control |
+                                                    Modifier::Function);
+    QCOMPARE(Shortcut(Key::n, Modifier::Control | Modifier::Option | Modifier::CapsLock)
+                 .carbonModifiers(),
              6144);
 }
 

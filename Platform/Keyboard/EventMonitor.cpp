@@ -18,8 +18,8 @@ namespace Platform {
 namespace {
 
 constexpr std::uint8_t sentBit = 0x80; // marks an X event that a client sent
-constexpr ModifierFlags heldKeys
-    = Modifier::Shift | Modifier::Control | Modifier::Option | Modifier::Command;
+constexpr ModifierFlags heldKeys =
+    Modifier::Shift | Modifier::Control | Modifier::Option | Modifier::Command;
 
 struct Monitor
 {
@@ -102,7 +102,8 @@ bool InputFilter::eventFilter(QObject *receiver, QEvent *event)
     switch (event->type()) {
     case QEvent::ShortcutOverride:
     case QEvent::KeyPress:
-    case QEvent::KeyRelease: return filterKey(receiver, static_cast<QKeyEvent &>(*event));
+    case QEvent::KeyRelease:
+        return filterKey(receiver, static_cast<QKeyEvent &>(*event));
     case QEvent::MouseButtonPress:
     case QEvent::MouseButtonRelease:
         filterMouse(receiver, static_cast<QMouseEvent &>(*event));
@@ -112,7 +113,8 @@ bool InputFilter::eventFilter(QObject *receiver, QEvent *event)
         if (receiver->isWindowType())
             dropFlags(m_flags);
         break;
-    default: break;
+    default:
+        break;
     }
     return false;
 }
@@ -130,8 +132,8 @@ bool InputFilter::nativeEventFilter(const QByteArray &type, void *message, qintp
 
 bool InputFilter::isContinued(QObject *receiver, const QKeyEvent &event) const
 {
-    if (m_passage.key != event.key() || m_passage.scanCode != event.nativeScanCode()
-        || m_passage.time != event.timestamp())
+    if (m_passage.key != event.key() || m_passage.scanCode != event.nativeScanCode() ||
+        m_passage.time != event.timestamp())
         return false;
     if (m_passage.stage == event.type())
         return m_passage.firstReceiver != receiver;
@@ -146,8 +148,8 @@ bool InputFilter::filterKey(QObject *receiver, QKeyEvent &event)
             m_passage.firstReceiver = receiver;
         }
     } else {
-        Passage passage{event.key(), event.nativeScanCode(), event.timestamp(),
-                        event.type(), receiver, EventVerdict::Pass};
+        Passage passage{event.key(), event.nativeScanCode(), event.timestamp(), event.type(),
+                        receiver,    EventVerdict::Pass};
         passage.verdict = firstSight(receiver, event);
         // Only now: the handlers may have run an event loop and let other keys pass.
         m_passage = passage;
@@ -180,7 +182,8 @@ EventVerdict InputFilter::firstSight(QObject *receiver, const QKeyEvent &event)
         if (!key.isRepeat)
             offer({EventKind::KeyUp, window, key, {}});
         return EventVerdict::Pass;
-    case KeyEvent::Type::KeyDown: break;
+    case KeyEvent::Type::KeyDown:
+        break;
     }
     UserTime::note(static_cast<std::uint32_t>(event.timestamp()));
     return offer({EventKind::KeyDown, window, key, {}});
@@ -208,9 +211,9 @@ void InputFilter::filterMouse(QObject *receiver, const QMouseEvent &event)
         UserTime::note(static_cast<std::uint32_t>(event.timestamp()));
         return;
     }
-    const auto kind = event.button() == Qt::LeftButton ? EventKind::LeftMouseUp
-        : event.button() == Qt::RightButton            ? EventKind::RightMouseUp
-                                                       : 0;
+    const auto kind = event.button() == Qt::LeftButton    ? EventKind::LeftMouseUp
+                      : event.button() == Qt::RightButton ? EventKind::RightMouseUp
+                                                          : 0;
     if (kind != 0)
         offer({kind, windowOf(receiver), {}, event.globalPosition().toPoint()});
 }
@@ -237,8 +240,8 @@ EventVerdict InputFilter::offer(const MonitoredEvent &event)
 {
     std::erase_if(m_monitors, [](const auto &monitor) { return monitor.expired(); });
     const bool isKey = (event.kind & (EventKind::KeyDown | EventKind::KeyUp)) != 0;
-    const auto scope = isKey && QApplication::activePopupWidget() ? MonitorScope::Menus
-                                                                  : MonitorScope::Windows;
+    const auto scope =
+        isKey && QApplication::activePopupWidget() ? MonitorScope::Menus : MonitorScope::Windows;
     const auto monitors = m_monitors;
     for (const auto &weak : monitors) {
         const auto monitor = weak.lock();

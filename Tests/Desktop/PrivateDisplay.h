@@ -18,22 +18,12 @@ class PrivateDisplay final
 public:
     PrivateDisplay()
     {
-        std::array<int, 2> pipe{};
-        if (::pipe(pipe.data()) != 0)
-            return;
-        m_server = start({"Xvfb", "-displayfd", std::to_string(pipe[1]), "-screen", "0", "800x600x24",
-                          "-nolisten", "tcp"});
-        ::close(pipe[1]);
-        // The server writes its number when it is ready, and nothing when it cannot start.
-        std::string number;
-        for (char digit = 0; ::read(pipe[0], &digit, 1) == 1 && digit != '\n';)
-            number += digit;
-        ::close(pipe[0]);
-        if (number.empty())
-            return;
+        const auto number = start(m_server, {"Xvfb", "-displayfd", "1", "-screen", "0",
+                                             "800x600x24", "-nolisten", "tcp"});
         ::setenv("DISPLAY", (":" + number).c_str(), 1);
-        m_windowManager = start({"openbox", "--sm-disable"});
-        m_isRunning = true;
+        m_isRunning =
+            !number.empty() &&
+            !start(m_windowManager, {"openbox", "--sm-disable", "--startup", "echo ready"}).empty();
     }
 
     ~PrivateDisplay()
@@ -52,19 +42,33 @@ public:
     [[nodiscard]] bool isRunning() const { return m_isRunning; }
 
 private:
-    static pid_t start(std::vector<std::string> command)
+    /// Starts a program that prints a line once it is ready, and waits for it. Empty when it ends
+    /// without one.
+    static std::string start(pid_t &process, std::vector<std::string> command)
     {
-        const pid_t process = ::fork();
-        if (process != 0)
-            return process;
-        ::prctl(PR_SET_PDEATHSIG, SIGTERM);
-        (void)::freopen("/dev/null", "w", stderr);
-        std::vector<char *> arguments;
-        for (auto &word : command)
-            arguments.push_back(word.data());
-        arguments.push_back(nullptr);
-        ::execvp(arguments[0], arguments.data());
-        ::_exit(127);
+        std::array<int, 2> pipe{};
+        if (::pipe(pipe.data()) != 0)
+            return {};
+        process = ::fork();
+        if (process == 0) {
+            ::prctl(PR_SET_PDEATHSIG, SIGTERM);
+            ::dup2(pipe[1], STDOUT_FILENO);
+            ::close(pipe[0]);
+            ::close(pipe[1]);
+            (void)!std::freopen("/dev/null", "w", stderr);
+            std::vector<char *> arguments;
+            for (auto &word : command)
+                arguments.push_back(word.data());
+            arguments.push_back(nullptr);
+            ::execvp(arguments[0], arguments.data());
+            ::_exit(127);
+        }
+        ::close(pipe[1]);
+        std::string line;
+        for (char letter = 0; ::read(pipe[0], &letter, 1) == 1 && letter != '\n';)
+            line += letter;
+        // Left open: writing to a closed pipe would end the program.
+        return line;
     }
 
     pid_t m_server = -1;
