@@ -68,12 +68,13 @@ void CarbonKeyboardShortcuts::updateEventHandler(Mode mode)
 bool CarbonKeyboardShortcuts::registerWithSystem(const Shortcut &shortcut, std::uint32_t id)
 {
     const auto status = m_hotKeyService.registerHotKey(
-        {signature, id}, static_cast<std::uint32_t>(shortcut.carbonKeyCode()), shortcut.modifiers());
+        {signature, id}, static_cast<std::uint32_t>(shortcut.carbonKeyCode()),
+        shortcut.modifiers());
     if (status == Platform::HotKeys::success)
         return true;
     // Flushed, so that the line is there at once when the output is a file.
-    std::printf("Error registering hotkey %s: %d\n", qUtf8Printable(shortcut.presentableDescription()),
-                status);
+    std::printf("Error registering hotkey %s: %d\n",
+                qUtf8Printable(shortcut.presentableDescription()), status);
     std::fflush(stdout);
     return false;
 }

@@ -22,7 +22,9 @@ public:
     };
 
     /// `hotKeys` must outlive the object.
-    explicit CarbonKeyboardShortcuts(Platform::HotKeys &hotKeys) : m_hotKeyService(hotKeys) {}
+    explicit CarbonKeyboardShortcuts(Platform::HotKeys &hotKeys)
+        : m_hotKeyService(hotKeys)
+    {}
     ~CarbonKeyboardShortcuts();
     CarbonKeyboardShortcuts(const CarbonKeyboardShortcuts &) = delete;
     CarbonKeyboardShortcuts &operator=(const CarbonKeyboardShortcuts &) = delete;

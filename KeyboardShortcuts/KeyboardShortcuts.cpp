@@ -27,8 +27,7 @@ struct State
     explicit State(const Environment &given)
         : environment(given)
         , carbon(given.hotKeys)
-    {
-    }
+    {}
 
     Environment environment;
     CarbonKeyboardShortcuts carbon;
@@ -65,9 +64,9 @@ void updateEventHandler()
 {
     using Mode = CarbonKeyboardShortcuts::Mode;
     const auto &s = state();
-    state().carbon.updateEventHandler(!s.isEnabled      ? Mode::Disabled
-                                          : s.isMenuOpen ? Mode::Menu
-                                                         : Mode::HotKeys);
+    state().carbon.updateEventHandler(!s.isEnabled   ? Mode::Disabled
+                                      : s.isMenuOpen ? Mode::Menu
+                                                     : Mode::HotKeys);
 }
 
 void setMenuOpen(bool isOpen)

@@ -37,8 +37,8 @@ void dropEnvironment();
 [[nodiscard]] const Environment &environment();
 
 /// Posted, with user info {"name": Name}, each time a name's shortcut was set or cleared.
-inline const QString shortcutByNameDidChange
-    = QStringLiteral("KeyboardShortcuts_shortcutByNameDidChange");
+inline const QString shortcutByNameDidChange =
+    QStringLiteral("KeyboardShortcuts_shortcutByNameDidChange");
 
 /// Adds an action that runs when the name's shortcut of that moment goes down, or up. Actions are
 /// never removed, so they must hold their owner weakly.

@@ -18,8 +18,9 @@ Name Name::summon()
     // The environment remembers it, so that another one starts from the beginning.
     auto &summon = summonOfEnvironment();
     if (!summon) {
-        summon.emplace(QStringLiteral("summon"),
-                       Shortcut(Key::space, Platform::Modifier::Command | Platform::Modifier::Shift));
+        summon.emplace(
+            QStringLiteral("summon"),
+            Shortcut(Key::space, Platform::Modifier::Command | Platform::Modifier::Shift));
     }
     return *summon;
 }

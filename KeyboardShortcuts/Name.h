@@ -21,7 +21,10 @@ public:
     [[nodiscard]] static Name summon();
 
     [[nodiscard]] const QString &rawValue() const { return m_rawValue; }
-    [[nodiscard]] const std::optional<Shortcut> &defaultShortcut() const { return m_defaultShortcut; }
+    [[nodiscard]] const std::optional<Shortcut> &defaultShortcut() const
+    {
+        return m_defaultShortcut;
+    }
 
     [[nodiscard]] std::optional<Shortcut> shortcut() const;
     /// None clears it.

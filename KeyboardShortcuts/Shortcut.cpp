@@ -39,18 +39,16 @@ QString capitalised(const QString &text)
 Shortcut::Shortcut(Key key, Platform::ModifierFlags modifiers)
     : m_carbonKeyCode(key.rawValue)
     , m_carbonModifiers(KeyboardShortcuts::carbonModifiers(modifiers))
-{
-}
+{}
 
 Shortcut::Shortcut(std::int64_t carbonKeyCode, std::int64_t carbonModifiers)
     : Shortcut(Key{carbonKeyCode}, modifierFlags(carbonModifiers))
-{
-}
+{}
 
 std::optional<Shortcut> Shortcut::fromEvent(const Platform::KeyEvent &event)
 {
-    if (event.type == Platform::KeyEvent::Type::FlagsChanged
-        || event.keyCode == Platform::KeyEvent::unknownKeyCode)
+    if (event.type == Platform::KeyEvent::Type::FlagsChanged ||
+        event.keyCode == Platform::KeyEvent::unknownKeyCode)
         return std::nullopt;
     return Shortcut(Key{event.keyCode}, event.modifiers & ~Platform::Modifier::Function);
 }
@@ -89,25 +87,26 @@ std::optional<QString> Shortcut::toJson() const
 QString Shortcut::presentableDescription() const
 {
     const auto *special = keyToSpecialKeyMapping(key());
-    return ks_symbolicRepresentation(modifiers())
-        + (special ? special->presentableDescription
-                   : capitalised(keyToCharacter().value_or(QString(QChar(unknownKey)))));
+    return ks_symbolicRepresentation(modifiers()) +
+           (special ? special->presentableDescription
+                    : capitalised(keyToCharacter().value_or(QString(QChar(unknownKey)))));
 }
 
 QString Shortcut::nativeDescription() const
 {
     const auto *special = keyToSpecialKeyMapping(key());
-    return nativeRepresentation(modifiers())
-        + (special ? special->nativeDescription
-                   : capitalised(keyToCharacter().value_or(QString(QChar(unknownKey)))));
+    return nativeRepresentation(modifiers()) +
+           (special ? special->nativeDescription
+                    : capitalised(keyToCharacter().value_or(QString(QChar(unknownKey)))));
 }
 
 std::optional<QString> Shortcut::keyToCharacter() const
 {
     if (keyToSpecialKeyMapping(key()))
         return std::nullopt;
-    const auto text = toJson() ? environment().keyboardLayout.character(static_cast<int>(m_carbonKeyCode))
-                               : QString();
+    const auto text =
+        toJson() ? environment().keyboardLayout.character(static_cast<int>(m_carbonKeyCode))
+                 : QString();
     return text.isEmpty() ? std::nullopt : std::optional(text);
 }
 
@@ -131,8 +130,8 @@ QKeySequence Shortcut::keySequence() const
     held.setFlag(Qt::MetaModifier, (flags & Platform::Modifier::Control) != 0);
     // Qt numbers a key that types a character by the capital letter.
     const auto qtKey = keyToSpecialKeyMapping(key())
-        ? Platform::qtKeyOfKeyCode(static_cast<int>(m_carbonKeyCode))
-        : static_cast<Qt::Key>(QChar::toUpper(equivalent->toUcs4().value(0)));
+                           ? Platform::qtKeyOfKeyCode(static_cast<int>(m_carbonKeyCode))
+                           : static_cast<Qt::Key>(QChar::toUpper(equivalent->toUcs4().value(0)));
     return QKeySequence(QKeyCombination(held, qtKey));
 }
 

@@ -77,11 +77,11 @@ void KeyEventTests::theHardwareCodeCountsAndTheLayoutDoesNot_data()
     QTest::newRow("Z on a German Y key") << int(Qt::Key_Z) << 29U << none << 16;
     QTest::newRow("a key without a place") << int(Qt::Key_MonBrightnessUp) << 233U << none << -1;
     QTest::newRow("handed back by an input method") << int(Qt::Key_Return) << 0U << none << 36;
-    QTest::newRow("backwards tab") << int(Qt::Key_Backtab) << 0U
-                                   << Qt::KeyboardModifiers(Qt::ShiftModifier) << 48;
+    QTest::newRow("backwards tab")
+        << int(Qt::Key_Backtab) << 0U << Qt::KeyboardModifiers(Qt::ShiftModifier) << 48;
     QTest::newRow("a digit") << int(Qt::Key_5) << 0U << none << 23;
-    QTest::newRow("a keypad digit") << int(Qt::Key_5) << 0U
-                                    << Qt::KeyboardModifiers(Qt::KeypadModifier) << 87;
+    QTest::newRow("a keypad digit")
+        << int(Qt::Key_5) << 0U << Qt::KeyboardModifiers(Qt::KeypadModifier) << 87;
 }
 
 void KeyEventTests::theHardwareCodeCountsAndTheLayoutDoesNot()
@@ -90,7 +90,8 @@ void KeyEventTests::theHardwareCodeCountsAndTheLayoutDoesNot()
     QFETCH(uint, scanCode);
     QFETCH(Qt::KeyboardModifiers, held);
     QFETCH(int, keyCode);
-    QCOMPARE(KeyEvent::from(QKeyEvent(QEvent::KeyPress, qtKey, held, scanCode, 0, 0)).keyCode, keyCode);
+    QCOMPARE(KeyEvent::from(QKeyEvent(QEvent::KeyPress, qtKey, held, scanCode, 0, 0)).keyCode,
+             keyCode);
 }
 
 void KeyEventTests::aModifierChangeTellsWhatIsHeldAfterwards_data()
@@ -101,11 +102,14 @@ void KeyEventTests::aModifierChangeTellsWhatIsHeldAfterwards_data()
     QTest::addColumn<uint>("flags");
     const auto down = QEvent::KeyPress, up = QEvent::KeyRelease;
     const Qt::KeyboardModifiers none, alt = Qt::AltModifier, shift = Qt::ShiftModifier;
-    QTest::newRow("down, the state from before") << down << int(Qt::Key_Alt) << none << Modifier::Option;
-    QTest::newRow("down, the state from after") << down << int(Qt::Key_Alt) << alt << Modifier::Option;
+    QTest::newRow("down, the state from before")
+        << down << int(Qt::Key_Alt) << none << Modifier::Option;
+    QTest::newRow("down, the state from after")
+        << down << int(Qt::Key_Alt) << alt << Modifier::Option;
     QTest::newRow("up, the state from before") << up << int(Qt::Key_Alt) << alt << 0U;
     QTest::newRow("up, the state from after") << up << int(Qt::Key_Alt) << none << 0U;
-    QTest::newRow("another one stays") << up << int(Qt::Key_Alt) << (alt | shift) << Modifier::Shift;
+    QTest::newRow("another one stays")
+        << up << int(Qt::Key_Alt) << (alt | shift) << Modifier::Shift;
     QTest::newRow("Ctrl is Command") << down << int(Qt::Key_Control) << none << Modifier::Command;
     QTest::newRow("Super is Control") << down << int(Qt::Key_Super_L) << none << Modifier::Control;
     QTest::newRow("AltGr is nothing") << down << int(Qt::Key_AltGr) << none << 0U;

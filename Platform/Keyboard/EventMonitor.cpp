@@ -18,8 +18,8 @@ namespace Platform {
 namespace {
 
 constexpr std::uint8_t sentBit = 0x80; // marks an X event that a client sent
-constexpr ModifierFlags heldKeys
-    = Modifier::Shift | Modifier::Control | Modifier::Option | Modifier::Command;
+constexpr ModifierFlags heldKeys =
+    Modifier::Shift | Modifier::Control | Modifier::Option | Modifier::Command;
 
 struct Monitor
 {
@@ -90,6 +90,8 @@ private:
 
     std::vector<std::weak_ptr<Monitor>> m_monitors;
     Passage m_passage;
+    quint32 m_releasedKey = 0;
+    quint64 m_releaseTime = 0;
     std::map<int, ModifierFlags> m_heldKeys; ///< The modifier keys, by code, that went down here.
     ModifierFlags m_flags = 0;               ///< As last announced.
     QPointer<QWidget> m_flagsWindow;
@@ -100,7 +102,8 @@ bool InputFilter::eventFilter(QObject *receiver, QEvent *event)
     switch (event->type()) {
     case QEvent::ShortcutOverride:
     case QEvent::KeyPress:
-    case QEvent::KeyRelease: return filterKey(receiver, static_cast<QKeyEvent &>(*event));
+    case QEvent::KeyRelease:
+        return filterKey(receiver, static_cast<QKeyEvent &>(*event));
     case QEvent::MouseButtonPress:
     case QEvent::MouseButtonRelease:
         filterMouse(receiver, static_cast<QMouseEvent &>(*event));
@@ -110,7 +113,8 @@ bool InputFilter::eventFilter(QObject *receiver, QEvent *event)
         if (receiver->isWindowType())
             dropFlags(m_flags);
         break;
-    default: break;
+    default:
+        break;
     }
     return false;
 }
@@ -128,8 +132,8 @@ bool InputFilter::nativeEventFilter(const QByteArray &type, void *message, qintp
 
 bool InputFilter::isContinued(QObject *receiver, const QKeyEvent &event) const
 {
-    if (m_passage.key != event.key() || m_passage.scanCode != event.nativeScanCode()
-        || m_passage.time != event.timestamp())
+    if (m_passage.key != event.key() || m_passage.scanCode != event.nativeScanCode() ||
+        m_passage.time != event.timestamp())
         return false;
     if (m_passage.stage == event.type())
         return m_passage.firstReceiver != receiver;
@@ -144,8 +148,8 @@ bool InputFilter::filterKey(QObject *receiver, QKeyEvent &event)
             m_passage.firstReceiver = receiver;
         }
     } else {
-        Passage passage{event.key(), event.nativeScanCode(), event.timestamp(),
-                        event.type(), receiver, EventVerdict::Pass};
+        Passage passage{event.key(), event.nativeScanCode(), event.timestamp(), event.type(),
+                        receiver,    EventVerdict::Pass};
         passage.verdict = firstSight(receiver, event);
         // Only now: the handlers may have run an event loop and let other keys pass.
         m_passage = passage;
@@ -160,18 +164,26 @@ bool InputFilter::filterKey(QObject *receiver, QKeyEvent &event)
 EventVerdict InputFilter::firstSight(QObject *receiver, const QKeyEvent &event)
 {
     QWidget *window = windowOf(receiver);
-    const auto key = KeyEvent::from(event);
+    auto key = KeyEvent::from(event);
+    // X repeats a held key as a release and a press of the same moment, which Qt notices only when
+    // it has both before it. Synthetic keys have no hardware code and may be that fast.
+    if (event.type() == QEvent::KeyRelease) {
+        m_releasedKey = event.nativeScanCode();
+        m_releaseTime = event.timestamp();
+    } else if (event.nativeScanCode() != 0 && event.nativeScanCode() == m_releasedKey) {
+        key.isRepeat |= event.timestamp() == m_releaseTime;
+    }
     switch (key.type) {
     case KeyEvent::Type::FlagsChanged:
         if (!key.isRepeat)
             trackModifierKey(event, key, window);
         return EventVerdict::Pass;
     case KeyEvent::Type::KeyUp:
-        // A held key comes up once, not at every repetition.
         if (!key.isRepeat)
             offer({EventKind::KeyUp, window, key, {}});
         return EventVerdict::Pass;
-    case KeyEvent::Type::KeyDown: break;
+    case KeyEvent::Type::KeyDown:
+        break;
     }
     UserTime::note(static_cast<std::uint32_t>(event.timestamp()));
     return offer({EventKind::KeyDown, window, key, {}});
@@ -199,9 +211,9 @@ void InputFilter::filterMouse(QObject *receiver, const QMouseEvent &event)
         UserTime::note(static_cast<std::uint32_t>(event.timestamp()));
         return;
     }
-    const auto kind = event.button() == Qt::LeftButton ? EventKind::LeftMouseUp
-        : event.button() == Qt::RightButton            ? EventKind::RightMouseUp
-                                                       : 0;
+    const auto kind = event.button() == Qt::LeftButton    ? EventKind::LeftMouseUp
+                      : event.button() == Qt::RightButton ? EventKind::RightMouseUp
+                                                          : 0;
     if (kind != 0)
         offer({kind, windowOf(receiver), {}, event.globalPosition().toPoint()});
 }
@@ -228,8 +240,8 @@ EventVerdict InputFilter::offer(const MonitoredEvent &event)
 {
     std::erase_if(m_monitors, [](const auto &monitor) { return monitor.expired(); });
     const bool isKey = (event.kind & (EventKind::KeyDown | EventKind::KeyUp)) != 0;
-    const auto scope = isKey && QApplication::activePopupWidget() ? MonitorScope::Menus
-                                                                  : MonitorScope::Windows;
+    const auto scope =
+        isKey && QApplication::activePopupWidget() ? MonitorScope::Menus : MonitorScope::Windows;
     const auto monitors = m_monitors;
     for (const auto &weak : monitors) {
         const auto monitor = weak.lock();

@@ -13,10 +13,10 @@ namespace Platform {
 using EventMask = std::uint32_t;
 
 namespace EventKind {
-inline constexpr EventMask LeftMouseUp  = 1U << 2;
+inline constexpr EventMask LeftMouseUp = 1U << 2;
 inline constexpr EventMask RightMouseUp = 1U << 4;
-inline constexpr EventMask KeyDown      = 1U << 10;
-inline constexpr EventMask KeyUp        = 1U << 11;
+inline constexpr EventMask KeyDown = 1U << 10;
+inline constexpr EventMask KeyUp = 1U << 11;
 inline constexpr EventMask FlagsChanged = 1U << 12;
 } // namespace EventKind
 
@@ -53,8 +53,8 @@ enum class MonitorScope {
 /// keyboard, and when a grab has eaten the release, a FlagsChanged without that modifier is
 /// delivered (in the first case while the window still is the active one). A modifier that was
 /// held before the window got the keyboard is not announced. Main thread only.
-[[nodiscard]] Subscription addLocalMonitor(EventMask mask,
-                                           std::function<EventVerdict(const MonitoredEvent &)> handler,
-                                           MonitorScope scope = MonitorScope::Windows);
+[[nodiscard]] Subscription
+addLocalMonitor(EventMask mask, std::function<EventVerdict(const MonitoredEvent &)> handler,
+                MonitorScope scope = MonitorScope::Windows);
 
 } // namespace Platform

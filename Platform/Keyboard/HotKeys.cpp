@@ -41,10 +41,10 @@ bool isWaylandSession()
 
 } // namespace
 
-std::unique_ptr<HotKeys> HotKeys::create(MainQueue &queue, KeyboardLayout &layout)
+std::unique_ptr<HotKeys> HotKeys::create(KeyboardLayout &layout)
 {
     if (!isWaylandSession()) {
-        if (auto x11 = createX11HotKeys(queue, layout)) {
+        if (auto x11 = createX11HotKeys(layout)) {
             qCInfo(hotKeysLog, "Hot keys are X grabs");
             return x11;
         }

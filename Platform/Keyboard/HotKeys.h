@@ -6,7 +6,6 @@
 namespace Platform {
 
 class KeyboardLayout;
-class MainQueue;
 
 /// Names one system-wide hot key. The signature is its owner's, four characters in one number.
 struct HotKeyId
@@ -54,9 +53,9 @@ public:
     }
 
     /// The backend of this session: X grabs on an X11 session, else one that supports nothing (on a
-    /// Wayland session a grab succeeds and yet fires only over XWayland's windows). `queue` and
-    /// `layout` must outlive the object.
-    [[nodiscard]] static std::unique_ptr<HotKeys> create(MainQueue &queue, KeyboardLayout &layout);
+    /// Wayland session a grab succeeds and yet fires only over XWayland's windows). `layout` must
+    /// outlive the object.
+    [[nodiscard]] static std::unique_ptr<HotKeys> create(KeyboardLayout &layout);
 
 protected:
     void announce(const HotKeyEvent &event) { m_events.announce(event); }

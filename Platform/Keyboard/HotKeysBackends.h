@@ -5,6 +5,6 @@
 namespace Platform {
 
 /// The candidates that HotKeys::create() chooses from. Each is empty when it cannot work here.
-[[nodiscard]] std::unique_ptr<HotKeys> createX11HotKeys(MainQueue &queue, KeyboardLayout &layout);
+[[nodiscard]] std::unique_ptr<HotKeys> createX11HotKeys(KeyboardLayout &layout);
 
 } // namespace Platform

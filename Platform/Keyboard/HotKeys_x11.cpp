@@ -1,6 +1,5 @@
 #include "Platform/Keyboard/HotKeysBackends.h"
 
-#include "Platform/Core/MainQueue.h"
 #include "Platform/Core/UserTime.h"
 #include "Platform/Keyboard/KeyboardLayout.h"
 
@@ -30,8 +29,8 @@ template <class Reply>
 using Owned = std::unique_ptr<Reply, Freed>;
 
 constexpr std::uint8_t sentBit = 0x80; // marks an event that a client sent
-constexpr std::uint16_t matchedModifiers
-    = XCB_MOD_MASK_SHIFT | XCB_MOD_MASK_CONTROL | XCB_MOD_MASK_1 | XCB_MOD_MASK_4;
+constexpr std::uint16_t matchedModifiers =
+    XCB_MOD_MASK_SHIFT | XCB_MOD_MASK_CONTROL | XCB_MOD_MASK_1 | XCB_MOD_MASK_4;
 constexpr int modifierCount = 8;
 
 struct ModifierRow
@@ -73,9 +72,8 @@ std::optional<Combination> combinationOf(std::uint32_t keyCode, ModifierFlags fl
 class X11HotKeys final : public HotKeys, public QAbstractNativeEventFilter
 {
 public:
-    X11HotKeys(MainQueue &queue, KeyboardLayout &layout, xcb_connection_t *connection)
-        : m_queue(queue)
-        , m_connection(connection)
+    X11HotKeys(KeyboardLayout &layout, xcb_connection_t *connection)
+        : m_connection(connection)
     {
         for (auto each = xcb_setup_roots_iterator(xcb_get_setup(connection)); each.rem > 0;
              xcb_screen_next(&each))
@@ -89,7 +87,6 @@ public:
     {
         for (const auto &[id, combination] : m_hotKeys)
             ungrab(combination);
-        xcb_flush(m_connection);
     }
 
     bool isSupported() const override { return true; }
@@ -109,10 +106,9 @@ public:
     void unregisterHotKey(HotKeyId id) override
     {
         const auto found = m_hotKeys.extract(id);
-        if (found.empty() || isGrabbed(found.mapped()))
-            return;
-        ungrab(found.mapped());
-        xcb_flush(m_connection);
+        // Ending the grab would end it for another id on the same keys too.
+        if (!found.empty() && !isGrabbed(found.mapped()))
+            ungrab(found.mapped());
     }
 
     bool nativeEventFilter(const QByteArray &type, void *message, qintptr *) override
@@ -169,8 +165,10 @@ private:
     {
         for (const auto root : m_roots) {
             for (const auto lock : m_lockMasks)
-                xcb_ungrab_key(m_connection, combination.keycode, root, combination.modifiers | lock);
+                xcb_ungrab_key(m_connection, combination.keycode, root,
+                               combination.modifiers | lock);
         }
+        xcb_flush(m_connection);
     }
 
     [[nodiscard]] std::vector<std::uint16_t> readLockMasks() const
@@ -221,16 +219,11 @@ private:
 
     void keyPressed(const xcb_key_press_event_t &event)
     {
-        if (!isRoot(event.event))
-            return;
         // The server repeats a held key as a release and a press of the same moment.
-        const bool isRepeat = event.detail == m_heldKey && event.time == m_releaseTime;
-        if (isRepeat) {
-            m_pendingRelease.reset();
+        if (!isRoot(event.event) || (event.detail == m_latestKey && event.time == m_releaseTime))
             return;
-        }
-        const Combination combination{
-            event.detail, static_cast<std::uint16_t>(event.state & matchedModifiers)};
+        const Combination combination{event.detail,
+                                      static_cast<std::uint16_t>(event.state & matchedModifiers)};
         std::vector<HotKeyId> pressed;
         for (const auto &[id, each] : m_hotKeys) {
             if (each == combination)
@@ -238,8 +231,8 @@ private:
         }
         if (pressed.empty())
             return;
-        finishRelease();
-        m_heldKey = event.detail;
+        announceRelease();
+        m_latestKey = event.detail;
         m_releaseTime = XCB_CURRENT_TIME;
         m_held = pressed;
         UserTime::note(event.time);
@@ -250,42 +243,48 @@ private:
     void keyReleased(const xcb_key_release_event_t &event)
     {
         // The modifiers may have come up first, so the key alone tells.
-        if (!isRoot(event.event) || event.detail != m_heldKey)
+        if (!isRoot(event.event) || event.detail != m_latestKey)
             return;
         m_releaseTime = event.time;
-        m_pendingRelease = m_queue.schedule({}, [this] { finishRelease(); });
+        // The press of a repetition may still be on its way, so the keyboard itself is asked.
+        if (!isDown(event.detail))
+            announceRelease();
     }
 
-    void finishRelease()
+    [[nodiscard]] bool isDown(xcb_keycode_t key) const
     {
-        m_pendingRelease.reset();
+        const Owned<xcb_query_keymap_reply_t> state(
+            xcb_query_keymap_reply(m_connection, xcb_query_keymap(m_connection), nullptr));
+        return state && (state->keys[key / 8] & (1U << (key % 8))) != 0;
+    }
+
+    void announceRelease()
+    {
         for (const auto id : std::exchange(m_held, {})) {
             if (m_hotKeys.contains(id))
                 announce({id, HotKeyEvent::Kind::Released});
         }
     }
 
-    MainQueue &m_queue;
     xcb_connection_t *m_connection;
     std::vector<xcb_window_t> m_roots;
     std::vector<std::uint16_t> m_lockMasks;
     std::map<HotKeyId, Combination> m_hotKeys;
     Subscription m_layoutChange;
 
-    xcb_keycode_t m_heldKey = 0;           ///< The latest one pressed.
-    xcb_timestamp_t m_releaseTime = 0;     ///< When it last came up, or seemed to.
-    std::vector<HotKeyId> m_held;          ///< Whose release is still owed.
-    MainQueue::Pending m_pendingRelease;
+    xcb_keycode_t m_latestKey = 0;
+    xcb_timestamp_t m_releaseTime = XCB_CURRENT_TIME; ///< When that key came up, or seemed to.
+    std::vector<HotKeyId> m_held;                     ///< Whose release is still owed.
 };
 
 } // namespace
 
-std::unique_ptr<HotKeys> createX11HotKeys(MainQueue &queue, KeyboardLayout &layout)
+std::unique_ptr<HotKeys> createX11HotKeys(KeyboardLayout &layout)
 {
     auto *x11 = qApp->nativeInterface<QNativeInterface::QX11Application>();
     if (!x11 || !x11->connection())
         return nullptr;
-    return std::make_unique<X11HotKeys>(queue, layout, x11->connection());
+    return std::make_unique<X11HotKeys>(layout, x11->connection());
 }
 
 } // namespace Platform

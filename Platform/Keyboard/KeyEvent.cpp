@@ -93,7 +93,8 @@ int keyCodeOfQtKey(int key, Qt::KeyboardModifiers modifiers)
     if (key == Qt::Key_Backtab)
         key = Qt::Key_Tab;
     const Pad pad = modifiers.testFlag(Qt::KeypadModifier) ? Pad::Yes : Pad::No;
-    const auto *row = findRow([&](const Row &each) { return each.qtKey == key && each.pad == pad; });
+    const auto *row =
+        findRow([&](const Row &each) { return each.qtKey == key && each.pad == pad; });
     if (!row)
         row = findRow([&](const Row &each) { return each.qtKey == key; });
     return row ? row->keyCode : KeyEvent::unknownKeyCode;
@@ -108,8 +109,8 @@ KeyEvent KeyEvent::from(const QKeyEvent &event)
     KeyEvent result;
     result.type = isPress ? Type::KeyDown : Type::KeyUp;
     result.keyCode = event.nativeScanCode() >= xKeycodeOffset
-        ? keyCodeOfEvdev(event.nativeScanCode() - xKeycodeOffset)
-        : keyCodeOfQtKey(event.key(), event.modifiers());
+                         ? keyCodeOfEvdev(event.nativeScanCode() - xKeycodeOffset)
+                         : keyCodeOfQtKey(event.key(), event.modifiers());
     result.modifiers = modifierFlags(event.modifiers());
     result.text = event.text();
     result.isRepeat = event.isAutoRepeat();
@@ -134,15 +135,21 @@ ModifierFlags modifierFlags(Qt::KeyboardModifiers modifiers)
 std::optional<ModifierFlags> flagOfModifierKey(int qtKey)
 {
     switch (qtKey) {
-    case Qt::Key_Shift: return Modifier::Shift;
-    case Qt::Key_Control: return Modifier::Command;
-    case Qt::Key_Alt: return Modifier::Option;
+    case Qt::Key_Shift:
+        return Modifier::Shift;
+    case Qt::Key_Control:
+        return Modifier::Command;
+    case Qt::Key_Alt:
+        return Modifier::Option;
     case Qt::Key_Meta:
     case Qt::Key_Super_L:
-    case Qt::Key_Super_R: return Modifier::Control;
+    case Qt::Key_Super_R:
+        return Modifier::Control;
     case Qt::Key_AltGr:
-    case Qt::Key_CapsLock: return 0;
-    default: return std::nullopt;
+    case Qt::Key_CapsLock:
+        return 0;
+    default:
+        return std::nullopt;
     }
 }
 

@@ -14,14 +14,14 @@ namespace Platform {
 using ModifierFlags = std::uint32_t;
 
 namespace Modifier {
-inline constexpr ModifierFlags CapsLock   = 0x10000;
-inline constexpr ModifierFlags Shift      = 0x20000;
-inline constexpr ModifierFlags Control    = 0x40000;  ///< The Super key.
-inline constexpr ModifierFlags Option     = 0x80000;  ///< The Alt key.
-inline constexpr ModifierFlags Command    = 0x100000; ///< The Ctrl key.
+inline constexpr ModifierFlags CapsLock = 0x10000;
+inline constexpr ModifierFlags Shift = 0x20000;
+inline constexpr ModifierFlags Control = 0x40000;     ///< The Super key.
+inline constexpr ModifierFlags Option = 0x80000;      ///< The Alt key.
+inline constexpr ModifierFlags Command = 0x100000;    ///< The Ctrl key.
 inline constexpr ModifierFlags NumericPad = 0x200000; ///< The key is on the keypad.
-inline constexpr ModifierFlags Help       = 0x400000;
-inline constexpr ModifierFlags Function   = 0x800000; ///< Never set by an event here.
+inline constexpr ModifierFlags Help = 0x400000;
+inline constexpr ModifierFlags Function = 0x800000; ///< Never set by an event here.
 } // namespace Modifier
 
 /// One key going down or up, or one change of the held modifiers. The key code names a physical
@@ -39,7 +39,8 @@ struct KeyEvent
     ModifierFlags modifiers = 0;
     /// What the key would type; may be empty.
     QString text;
-    /// True for a key-down that the keyboard repeats while the key is held.
+    /// True for a key-down that the keyboard repeats while the key is held. Key-ups may come
+    /// between the repetitions.
     bool isRepeat = false;
 
     /// The event of a press or release in Qt's terms. A modifier key gives a FlagsChanged.
@@ -49,8 +50,8 @@ struct KeyEvent
 /// The modifiers of a set of Qt's.
 [[nodiscard]] ModifierFlags modifierFlags(Qt::KeyboardModifiers modifiers);
 
-/// What the key itself adds to the flags while it is held: 0 for AltGr and Caps Lock, none for a key
-/// that is no modifier.
+/// What the key itself adds to the flags while it is held: 0 for AltGr and Caps Lock, none for a
+/// key that is no modifier.
 [[nodiscard]] std::optional<ModifierFlags> flagOfModifierKey(int qtKey);
 
 /// The key code of the kernel's (evdev) key, or KeyEvent::unknownKeyCode.

@@ -23,7 +23,10 @@ template <auto release>
 struct Releaser
 {
     template <class Handle>
-    void operator()(Handle *handle) const { release(handle); }
+    void operator()(Handle *handle) const
+    {
+        release(handle);
+    }
 };
 using Context = std::unique_ptr<xkb_context, Releaser<xkb_context_unref>>;
 using Keymap = std::unique_ptr<xkb_keymap, Releaser<xkb_keymap_unref>>;
@@ -51,7 +54,8 @@ constexpr std::array<std::pair<xkb_keysym_t, char32_t>, 9> deadKeys{{
 char32_t symbolAt(xkb_keymap *keymap, xkb_layout_index_t layout, std::uint32_t evdevCode)
 {
     const xkb_keysym_t *symbols = nullptr;
-    if (xkb_keymap_key_get_syms_by_level(keymap, evdevCode + xKeycodeOffset, layout, 0, &symbols) != 1)
+    if (xkb_keymap_key_get_syms_by_level(keymap, evdevCode + xKeycodeOffset, layout, 0, &symbols) !=
+        1)
         return 0;
     const auto dead = std::find_if(deadKeys.begin(), deadKeys.end(),
                                    [&](const auto &each) { return each.first == *symbols; });
@@ -100,8 +104,8 @@ public:
     bool nativeEventFilter(const QByteArray &, void *message, qintptr *) override
     {
         const auto *event = static_cast<xcb_generic_event_t *>(message);
-        if (event->response_type == XCB_MAPPING_NOTIFY
-            || (event->response_type == m_xkbEvent && changesLayout(event)))
+        if (event->response_type == XCB_MAPPING_NOTIFY ||
+            (event->response_type == m_xkbEvent && changesLayout(event)))
             scheduleAnnouncement();
         return false;
     }
@@ -111,12 +115,13 @@ private:
     {
         switch (event->pad0) { // the kind of XKB event
         case XCB_XKB_NEW_KEYBOARD_NOTIFY:
-        case XCB_XKB_MAP_NOTIFY: return true;
+        case XCB_XKB_MAP_NOTIFY:
+            return true;
         case XCB_XKB_STATE_NOTIFY: // comes with every modifier key as well
-            return (reinterpret_cast<const xcb_xkb_state_notify_event_t *>(event)->changed
-                    & XCB_XKB_STATE_PART_GROUP_STATE)
-                != 0;
-        default: return false;
+            return (reinterpret_cast<const xcb_xkb_state_notify_event_t *>(event)->changed &
+                    XCB_XKB_STATE_PART_GROUP_STATE) != 0;
+        default:
+            return false;
         }
     }
 
@@ -155,9 +160,8 @@ private:
             return false;
         const State state(xkb_x11_state_new_from_device(keymap.get(), m_connection, device));
         const auto layouts = xkb_keymap_num_layouts(keymap.get());
-        const auto current = state
-            ? xkb_state_serialize_layout(state.get(), XKB_STATE_LAYOUT_EFFECTIVE)
-            : 0;
+        const auto current =
+            state ? xkb_state_serialize_layout(state.get(), XKB_STATE_LAYOUT_EFFECTIVE) : 0;
         for (xkb_layout_index_t step = 0; step < layouts; ++step) {
             const auto layout = (current + step) % layouts;
             if (isLatin(keymap.get(), layout)) {

@@ -21,7 +21,8 @@ bool MenuTracking::eventFilter(QObject *object, QEvent *event)
         if (m_open.insert(object).second && m_open.size() == 1)
             m_center.post(didBeginTracking);
     } else if (event->type() == QEvent::Hide && m_open.erase(object) != 0) {
-        // No cast here: a menu that is deleted while it is open is hidden when it is a menu no more.
+        // No cast here: a menu that is deleted while it is open is hidden when it is a menu no
+        // more.
         if (m_open.empty())
             m_center.post(didEndTracking);
     }

@@ -15,13 +15,17 @@ struct ShortcutsFixture
 {
     ShortcutsFixture()
     {
-        layout.characters = {{0, QStringLiteral("a")}, {40, QStringLiteral("k")}, {45, QStringLiteral("n")}};
+        layout.characters = {
+            {0, QStringLiteral("a")}, {40, QStringLiteral("k")}, {45, QStringLiteral("n")}};
         restart();
     }
     ~ShortcutsFixture() { KeyboardShortcuts::dropEnvironment(); }
 
     /// What the next start of the program finds: the same defaults, nothing else.
-    void restart() { KeyboardShortcuts::setEnvironment({defaults, center, queue, hotKeys, layout}); }
+    void restart()
+    {
+        KeyboardShortcuts::setEnvironment({defaults, center, queue, hotKeys, layout});
+    }
 
     QTemporaryDir folder;
     ManualQueue queue;

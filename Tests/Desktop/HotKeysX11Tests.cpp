@@ -1,0 +1,379 @@
+#include "KeyboardShortcuts/KeyboardShortcuts.h"
+#include "Platform/Core/NotificationCenter.h"
+#include "Platform/Core/UserTime.h"
+#include "Platform/Keyboard/EventMonitor.h"
+#include "Platform/Keyboard/HotKeys.h"
+#include "Platform/Keyboard/KeyboardLayout.h"
+#include "Platform/Keyboard/MenuTracking.h"
+#include "Platform/Storage/UserDefaults.h"
+#include "Tests/Desktop/PrivateDisplay.h"
+
+#include <QAbstractNativeEventFilter>
+#include <QApplication>
+#include <QMenu>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <xcb/xcb.h>
+
+#include <memory>
+
+using namespace Platform;
+
+namespace {
+
+constexpr HotKeyId summon{0x48544B59, 1};
+constexpr std::uint32_t spaceKey = 49, letterKKey = 40, letterYKey = 16;
+constexpr xcb_keycode_t letterKKeycode = 45;
+constexpr ModifierFlags commandShift = Modifier::Command | Modifier::Shift;
+constexpr HotKeys::Status badAccess = 10;
+
+void run(const char *program, const char *arguments)
+{
+    QCOMPARE(QProcess::execute(QString::fromLatin1(program),
+                               QString::fromLatin1(arguments).split(u' ', Qt::SkipEmptyParts)),
+             0);
+}
+
+void keys(const char *arguments)
+{
+    run("xdotool", arguments);
+}
+
+/// Counts what the server sends for the grabs, repetitions included.
+class RawPresses final : public QAbstractNativeEventFilter
+{
+public:
+    RawPresses() { qApp->installNativeEventFilter(this); }
+    bool nativeEventFilter(const QByteArray &, void *message, qintptr *) override
+    {
+        count +=
+            static_cast<xcb_generic_event_t *>(message)->response_type == XCB_KEY_PRESS ? 1 : 0;
+        return false;
+    }
+    int count = 0;
+};
+
+/// Another program on the same display.
+class OtherClient final
+{
+public:
+    OtherClient()
+        : m_connection(xcb_connect(nullptr, nullptr))
+    {}
+    ~OtherClient() { xcb_disconnect(m_connection); }
+
+    bool grab(std::uint16_t modifiers, xcb_keycode_t key)
+    {
+        const auto cookie = xcb_grab_key_checked(m_connection, 1, root(), modifiers, key,
+                                                 XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC);
+        auto *error = xcb_request_check(m_connection, cookie);
+        const bool isGranted = error == nullptr;
+        std::free(error);
+        return isGranted;
+    }
+
+    void ungrab(std::uint16_t modifiers, xcb_keycode_t key)
+    {
+        std::free(xcb_request_check(m_connection,
+                                    xcb_ungrab_key_checked(m_connection, key, root(), modifiers)));
+    }
+
+    bool grabKeyboard()
+    {
+        const auto cookie = xcb_grab_keyboard(m_connection, 0, root(), XCB_CURRENT_TIME,
+                                              XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC);
+        auto *reply = xcb_grab_keyboard_reply(m_connection, cookie, nullptr);
+        const bool isGranted = reply && reply->status == XCB_GRAB_STATUS_SUCCESS;
+        std::free(reply);
+        return isGranted;
+    }
+
+    void ungrabKeyboard()
+    {
+        std::free(xcb_request_check(m_connection,
+                                    xcb_ungrab_keyboard_checked(m_connection, XCB_CURRENT_TIME)));
+    }
+
+private:
+    xcb_window_t root() { return xcb_setup_roots_iterator(xcb_get_setup(m_connection)).data->root; }
+
+    xcb_connection_t *m_connection;
+};
+
+} // namespace
+
+class HotKeysX11Tests final : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init();
+    void cleanup();
+
+    void everyPressIsOnePressAndOneRelease_data();
+    void everyPressIsOnePressAndOneRelease();
+    void aHeldKeyIsPressedOnce();
+    void onlyTheExactModifiersFire();
+    void theLockKeysDoNotMatter_data();
+    void theLockKeysDoNotMatter();
+    void theKeyStaysInItsPlaceOnEveryLayout_data();
+    void theKeyStaysInItsPlaceOnEveryLayout();
+    void aTakenCombinationIsRefusedWhole();
+    void oneOfTwoIdsOnACombinationMayGo();
+    void nothingFiresAfterTheEnd();
+    void aShortcutWorksOverAnOwnMenu();
+    void aReleaseThatAGrabAteIsReported();
+
+private:
+    [[nodiscard]] HotKeys::Status add(std::uint32_t keyCode, ModifierFlags modifiers = commandShift)
+    {
+        return m_hotKeys->registerHotKey(summon, keyCode, modifiers);
+    }
+    /// Events arrive in order, so once a press of another hot key is here, so is all before it.
+    [[nodiscard]] QStringList seen()
+    {
+        const HotKeyId marker{1, 1};
+        if (m_hotKeys->registerHotKey(marker, 100, Modifier::Command) != HotKeys::success)
+            return {QStringLiteral("no marker")};
+        keys("key --delay 0 ctrl+F8");
+        (void)QTest::qWaitFor([this] { return m_sawMarker; });
+        m_hotKeys->unregisterHotKey(marker);
+        m_sawMarker = false;
+        return std::exchange(m_seen, {});
+    }
+
+    const QStringList m_pressAndRelease{QStringLiteral("pressed"), QStringLiteral("released")};
+    std::unique_ptr<KeyboardLayout> m_layout;
+    std::unique_ptr<HotKeys> m_hotKeys;
+    Subscription m_events;
+    QStringList m_seen;
+    bool m_sawMarker = false;
+};
+
+void HotKeysX11Tests::init()
+{
+    run("setxkbmap", "us");
+    run("xset", "r rate 100 100");
+    m_layout = KeyboardLayout::create(MainQueue::main());
+    m_hotKeys = HotKeys::create(*m_layout);
+    QVERIFY(m_hotKeys->isSupported());
+    m_events = m_hotKeys->onEvent([this](const HotKeyEvent &event) {
+        if (event.id != summon)
+            m_sawMarker |= event.kind == HotKeyEvent::Kind::Released;
+        else if (event.kind == HotKeyEvent::Kind::Pressed)
+            m_seen << QStringLiteral("pressed");
+        else
+            m_seen << QStringLiteral("released");
+    });
+}
+
+void HotKeysX11Tests::cleanup()
+{
+    m_hotKeys.reset();
+    m_layout.reset();
+    m_seen.clear();
+}
+
+void HotKeysX11Tests::everyPressIsOnePressAndOneRelease_data()
+{
+    QTest::addColumn<bool>("isOwnWindowActive");
+    QTest::newRow("while another program has the keyboard") << false;
+    QTest::newRow("while our own window has it") << true;
+}
+
+void HotKeysX11Tests::everyPressIsOnePressAndOneRelease()
+{
+    QFETCH(bool, isOwnWindowActive);
+    QWidget window;
+    if (isOwnWindowActive) {
+        window.show();
+        QVERIFY(QTest::qWaitForWindowActive(&window));
+    }
+    QCOMPARE(add(spaceKey), HotKeys::success);
+    const auto before = UserTime::latest();
+    keys("key ctrl+shift+space");
+    QTRY_COMPARE(m_seen, m_pressAndRelease);
+    QCOMPARE(seen(), m_pressAndRelease);
+    QVERIFY(UserTime::latest() != before);
+    keys("key ctrl+shift+space key ctrl+shift+space");
+    QCOMPARE(seen(), m_pressAndRelease + m_pressAndRelease);
+}
+
+void HotKeysX11Tests::aHeldKeyIsPressedOnce()
+{
+    QCOMPARE(add(spaceKey), HotKeys::success);
+    RawPresses raw;
+    keys("keydown ctrl keydown shift keydown space");
+    QTRY_VERIFY(raw.count > 10);
+    QCOMPARE(m_seen, QStringList{QStringLiteral("pressed")});
+    // The modifiers first, as hands do.
+    keys("keyup ctrl keyup shift keyup space");
+    QCOMPARE(seen(), m_pressAndRelease);
+}
+
+void HotKeysX11Tests::onlyTheExactModifiersFire()
+{
+    QCOMPARE(add(spaceKey), HotKeys::success);
+    keys("key ctrl+space key shift+space key ctrl+shift+alt+space key ctrl+shift+super+space");
+    QCOMPARE(seen(), QStringList());
+    QCOMPARE(add(spaceKey, Modifier::Option | Modifier::Control), HotKeys::success);
+    keys("key alt+super+space");
+    QCOMPARE(seen(), m_pressAndRelease);
+    QCOMPARE(add(63), HotKeys::noSuchKey);
+    QCOMPARE(add(spaceKey, Modifier::Function), HotKeys::noSuchKey);
+}
+
+void HotKeysX11Tests::theLockKeysDoNotMatter_data()
+{
+    QTest::addColumn<QByteArray>("locks");
+    QTest::newRow("Caps Lock") << QByteArray("key Caps_Lock");
+    QTest::newRow("Num Lock") << QByteArray("key Num_Lock");
+    QTest::newRow("both") << QByteArray("key Caps_Lock key Num_Lock");
+}
+
+void HotKeysX11Tests::theLockKeysDoNotMatter()
+{
+    QFETCH(QByteArray, locks);
+    QCOMPARE(add(spaceKey), HotKeys::success);
+    keys(locks);
+    keys("key ctrl+shift+space");
+    const auto result = seen();
+    keys(locks);
+    QCOMPARE(result, m_pressAndRelease);
+}
+
+void HotKeysX11Tests::theKeyStaysInItsPlaceOnEveryLayout_data()
+{
+    QTest::addColumn<QByteArray>("layout");
+    QTest::addColumn<QString>("onTheKKey");
+    QTest::addColumn<QString>("onTheYKey");
+    const auto row = [](const char *layout, const char *k, const char *y) {
+        QTest::newRow(layout) << QByteArray(layout) << QString::fromLatin1(k)
+                              << QString::fromLatin1(y);
+    };
+    row("de", "k", "z");
+    row("us -variant dvorak", "t", "f");
+    row("ru", "k", "y"); // no Latin letters at all: a US layout's
+    row("ru,de", "k", "z");
+}
+
+void HotKeysX11Tests::theKeyStaysInItsPlaceOnEveryLayout()
+{
+    QFETCH(QByteArray, layout);
+    QCOMPARE(m_layout->character(letterYKey), QStringLiteral("y"));
+    QCOMPARE(add(letterKKey), HotKeys::success);
+    int changes = 0;
+    const auto observer = m_layout->onChange([&] { ++changes; });
+
+    run("setxkbmap", QByteArray("-option -layout ") + layout);
+    QTRY_VERIFY(changes > 0);
+    QTEST(m_layout->character(letterKKey), "onTheKKey");
+    QTEST(m_layout->character(letterYKey), "onTheYKey");
+    keys("key ctrl+shift+45");
+    QCOMPARE(seen(), m_pressAndRelease);
+    QCOMPARE(add(letterYKey), HotKeys::success);
+    keys("key ctrl+shift+29");
+    QCOMPARE(seen(), m_pressAndRelease);
+}
+
+void HotKeysX11Tests::aTakenCombinationIsRefusedWhole()
+{
+    OtherClient other;
+    const std::uint16_t plain = XCB_MOD_MASK_CONTROL | XCB_MOD_MASK_SHIFT;
+    const std::uint16_t withNumLock = plain | XCB_MOD_MASK_2;
+    QVERIFY(other.grab(withNumLock, letterKKeycode));
+    QCOMPARE(add(letterKKey), badAccess);
+    // What was grabbed on the way is free again.
+    QTRY_VERIFY(other.grab(plain, letterKKeycode));
+
+    other.ungrab(plain, letterKKeycode);
+    other.ungrab(withNumLock, letterKKeycode);
+    QCOMPARE(add(letterKKey), HotKeys::success);
+    QVERIFY(!other.grab(plain, letterKKeycode));
+    m_hotKeys->unregisterHotKey(summon);
+    QTRY_VERIFY(other.grab(plain, letterKKeycode));
+}
+
+void HotKeysX11Tests::oneOfTwoIdsOnACombinationMayGo()
+{
+    const HotKeyId second{summon.signature, 2};
+    QCOMPARE(add(spaceKey), HotKeys::success);
+    QCOMPARE(m_hotKeys->registerHotKey(second, spaceKey, commandShift), HotKeys::success);
+    m_hotKeys->unregisterHotKey(second);
+    keys("key ctrl+shift+space");
+    QCOMPARE(seen(), m_pressAndRelease);
+}
+
+void HotKeysX11Tests::nothingFiresAfterTheEnd()
+{
+    QCOMPARE(add(spaceKey), HotKeys::success);
+    m_hotKeys->unregisterHotKey(summon);
+    keys("key ctrl+shift+space");
+    QCOMPARE(seen(), QStringList());
+}
+
+void HotKeysX11Tests::aShortcutWorksOverAnOwnMenu()
+{
+    QTemporaryDir folder;
+    UserDefaults defaults(folder.filePath(QStringLiteral("defaults.json")), MainQueue::main());
+    NotificationCenter center;
+    const MenuTracking tracking(center);
+    KeyboardShortcuts::setEnvironment({defaults, center, MainQueue::main(), *m_hotKeys, *m_layout});
+    int runs = 0;
+    KeyboardShortcuts::onKeyDown(KeyboardShortcuts::Name::summon(), [&] { ++runs; });
+
+    QWidget window;
+    window.show();
+    QVERIFY(QTest::qWaitForWindowActive(&window));
+    QMenu menu;
+    menu.addAction(QStringLiteral("Item"));
+    menu.popup(window.mapToGlobal(QPoint(10, 10)));
+    QVERIFY(QTest::qWaitForWindowExposed(&menu));
+    keys("key ctrl+shift+space");
+    QTRY_COMPARE(runs, 1);
+    QVERIFY(menu.isVisible());
+    keys("key Escape");
+    QTRY_VERIFY(!menu.isVisible());
+    keys("key ctrl+shift+space");
+    QTRY_COMPARE(runs, 2);
+    KeyboardShortcuts::dropEnvironment();
+}
+
+void HotKeysX11Tests::aReleaseThatAGrabAteIsReported()
+{
+    QWidget window;
+    window.show();
+    QVERIFY(QTest::qWaitForWindowActive(&window));
+    QList<ModifierFlags> flags;
+    const auto monitor = addLocalMonitor(EventKind::FlagsChanged, [&](const MonitoredEvent &event) {
+        flags << event.key.modifiers;
+        return EventVerdict::Pass;
+    });
+    keys("keydown alt");
+    QTRY_COMPARE(flags, QList<ModifierFlags>{Modifier::Option});
+    OtherClient other;
+    QVERIFY(other.grabKeyboard());
+    keys("keyup alt");
+    other.ungrabKeyboard();
+    QTRY_COMPARE(flags, QList<ModifierFlags>({Modifier::Option, 0}));
+}
+
+int main(int argc, char **argv)
+{
+    const PrivateDisplay display;
+    if (!display.isRunning()) {
+        std::fputs("Xvfb did not start\n", stderr);
+        return 1;
+    }
+    // What a session of the machine says is not true of this display.
+    qputenv("QT_QPA_PLATFORM", "xcb");
+    qputenv("XDG_SESSION_TYPE", "x11");
+    qunsetenv("QT_IM_MODULE");
+    QApplication application(argc, argv);
+    HotKeysX11Tests tests;
+    return QTest::qExec(&tests, argc, argv);
+}
+
+#include "HotKeysX11Tests.moc"
