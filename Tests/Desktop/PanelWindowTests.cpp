@@ -12,6 +12,14 @@ constexpr QSize panelSize{460, 280};
 const QStringList floatingStates{QStringLiteral("ABOVE"), QStringLiteral("SKIP_PAGER"),
                                  QStringLiteral("SKIP_TASKBAR"), QStringLiteral("STICKY")};
 
+/// Window managers add states of their own.
+bool floats(const Seat &seat, Seat::Window panel)
+{
+    const QStringList states = seat.states(panel);
+    return std::all_of(floatingStates.begin(), floatingStates.end(),
+                       [&](const QString &state) { return states.contains(state); });
+}
+
 void addWindowManagers()
 {
     QTest::addColumn<WindowManager>("manager");
@@ -50,7 +58,7 @@ private Q_SLOTS:
             QCOMPARE(seat.geometry(panel), QRect(QPoint(410, 260), panelSize));
             QCOMPARE(seat.classOf(panel),
                      QStringList({QStringLiteral("brevio"), QStringLiteral("Brevio")}));
-            QTRY_COMPARE(seat.states(panel), floatingStates);
+            QTRY_VERIFY2(floats(seat, panel), qPrintable(seat.states(panel).join(u' ')));
             if (manager != WindowManager::None)
                 QTRY_COMPARE(seat.activeWindow(), panel);
 
@@ -168,7 +176,7 @@ private Q_SLOTS:
             host->tell("show");
             const auto panel = desktop.waitForWindow(panelTitle);
             QVERIFY(desktop.waitForFocus(panel));
-            QTRY_COMPARE(desktop.seat().states(panel), floatingStates);
+            QTRY_VERIFY(floats(desktop.seat(), panel));
             desktop.seat().press("alt+F4");
             QVERIFY(waitUntil([&] { return !desktop.seat().isVisible(panel); }));
             QVERIFY(host->isRunning());
@@ -195,16 +203,10 @@ private Q_SLOTS:
         }
     }
 
-    void isCenteredInWhatADockLeavesOfThePointersMonitor_data()
-    {
-        isKeyOnlyWhileItHasTheKeyboard_data();
-    }
     void isCenteredInWhatADockLeavesOfThePointersMonitor()
     {
-        QFETCH(WindowManager, manager);
-        Desktop desktop({.windowManager = manager,
-                         .size = {1600, 800},
-                         .monitors = {{0, 0, 800, 600}, {800, 0, 800, 800}}});
+        // Only with openbox: xfwm4 overlooks monitors without an output, as the second one is here.
+        Desktop desktop({.size = {1600, 800}, .monitors = {{0, 0, 800, 600}, {800, 0, 800, 800}}});
         QVERIFY2(desktop.problem().isEmpty(), desktop.problem());
         Seat &seat = desktop.seat();
         const auto host = desktop.startPanelHost();
