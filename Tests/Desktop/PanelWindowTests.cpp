@@ -46,11 +46,11 @@ private Q_SLOTS:
         const auto victimWindow = desktop.waitForWindow(victimTitle);
         if (manager == WindowManager::None)
             seat.click(QPoint(700, 600));
+        QVERIFY(desktop.waitForFocus(victimWindow));
         const auto host = desktop.startPanelHost();
 
         QByteArray typed;
         for (const char letter : {'a', 'b', 'c'}) {
-            const auto focusBefore = seat.focus();
             host->tell("show");
             const auto panel = desktop.waitForWindow(panelTitle);
             QVERIFY(panel != 0);
@@ -68,8 +68,7 @@ private Q_SLOTS:
 
             host->tell("hide");
             QVERIFY(waitUntil([&] { return !seat.isVisible(panel); }));
-            QVERIFY(
-                desktop.waitForFocus(manager == WindowManager::None ? focusBefore : victimWindow));
+            QTRY_COMPARE(seat.focus(), victimWindow);
         }
         QCOMPARE(victim->output(), QByteArray());
     }
