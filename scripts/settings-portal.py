@@ -1,4 +1,4 @@
-#!/usr/bin/env python3
+#!/usr/bin/python3
 """Stands in for the desktop's settings portal: tells programs whether to be light or dark.
 
 Follows the word ("light" or "dark") in the file that is its argument.
