@@ -27,6 +27,9 @@ constexpr std::uint32_t allDesktops = 0xFFFFFFFF;
 /// "A direct user action": unlike an application's own wish it is not weighed against what the user
 /// did in the meantime.
 constexpr std::uint32_t sourceUser = 2;
+/// Logical pixels by which the mask's corners are rounder than the window's own: the smoothed edge
+/// of those would be black where nothing composes the screen.
+constexpr double smoothEdge = 1.5;
 /// A window manager that has not handed over the keyboard by then has refused to.
 constexpr auto answerTime = std::chrono::milliseconds(500);
 
@@ -93,7 +96,8 @@ void X11PanelWindow::cutCorners()
     QPainter painter(&mask);
     painter.setPen(Qt::NoPen);
     painter.setBrush(Qt::color1);
-    painter.drawRoundedRect(QRectF(m_window.rect()), m_cornerRadius, m_cornerRadius);
+    const double radius = m_cornerRadius + smoothEdge;
+    painter.drawRoundedRect(QRectF(m_window.rect()), radius, radius);
     painter.end();
     m_window.setMask(mask);
 }

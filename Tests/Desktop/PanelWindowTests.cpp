@@ -12,9 +12,11 @@ constexpr QSize panelSize{460, 280};
 const QStringList floatingStates{QStringLiteral("ABOVE"), QStringLiteral("SKIP_PAGER"),
                                  QStringLiteral("SKIP_TASKBAR"), QStringLiteral("STICKY")};
 
-bool containsAll(const QStringList &states, const QStringList &wanted)
+/// Window managers add states of their own.
+bool floats(const Seat &seat, Seat::Window panel)
 {
-    return std::all_of(wanted.begin(), wanted.end(),
+    const QStringList states = seat.states(panel);
+    return std::all_of(floatingStates.begin(), floatingStates.end(),
                        [&](const QString &state) { return states.contains(state); });
 }
 
@@ -44,11 +46,11 @@ private Q_SLOTS:
         const auto victimWindow = desktop.waitForWindow(victimTitle);
         if (manager == WindowManager::None)
             seat.click(QPoint(700, 600));
+        QVERIFY(desktop.waitForFocus(victimWindow));
         const auto host = desktop.startPanelHost();
 
         QByteArray typed;
         for (const char letter : {'a', 'b', 'c'}) {
-            const auto focusBefore = seat.focus();
             host->tell("show");
             const auto panel = desktop.waitForWindow(panelTitle);
             QVERIFY(panel != 0);
@@ -56,8 +58,7 @@ private Q_SLOTS:
             QCOMPARE(seat.geometry(panel), QRect(QPoint(410, 260), panelSize));
             QCOMPARE(seat.classOf(panel),
                      QStringList({QStringLiteral("brevio"), QStringLiteral("Brevio")}));
-            QVERIFY2(containsAll(seat.states(panel), floatingStates),
-                     qPrintable(seat.states(panel).join(u' ')));
+            QTRY_VERIFY2(floats(seat, panel), qPrintable(seat.states(panel).join(u' ')));
             if (manager != WindowManager::None)
                 QTRY_COMPARE(seat.activeWindow(), panel);
 
@@ -67,8 +68,7 @@ private Q_SLOTS:
 
             host->tell("hide");
             QVERIFY(waitUntil([&] { return !seat.isVisible(panel); }));
-            QVERIFY(
-                desktop.waitForFocus(manager == WindowManager::None ? focusBefore : victimWindow));
+            QTRY_COMPARE(seat.focus(), victimWindow);
         }
         QCOMPARE(victim->output(), QByteArray());
     }
@@ -175,7 +175,7 @@ private Q_SLOTS:
             host->tell("show");
             const auto panel = desktop.waitForWindow(panelTitle);
             QVERIFY(desktop.waitForFocus(panel));
-            QVERIFY(containsAll(desktop.seat().states(panel), floatingStates));
+            QTRY_VERIFY(floats(desktop.seat(), panel));
             desktop.seat().press("alt+F4");
             QVERIFY(waitUntil([&] { return !desktop.seat().isVisible(panel); }));
             QVERIFY(host->isRunning());
@@ -202,38 +202,31 @@ private Q_SLOTS:
         }
     }
 
-    void isCenteredInWhatADockLeavesOfThePointersMonitor_data()
-    {
-        isKeyOnlyWhileItHasTheKeyboard_data();
-    }
     void isCenteredInWhatADockLeavesOfThePointersMonitor()
     {
-        QFETCH(WindowManager, manager);
-        Desktop desktop({.windowManager = manager,
-                         .size = {1600, 800},
-                         .monitors = {{0, 0, 800, 600}, {800, 0, 800, 800}}});
+        // Only with openbox: xfwm4 overlooks monitors without an output, as the second one is here.
+        Desktop desktop({.size = {1600, 800}, .monitors = {{0, 0, 800, 600}, {800, 0, 800, 800}}});
         QVERIFY2(desktop.problem().isEmpty(), desktop.problem());
         Seat &seat = desktop.seat();
         const auto host = desktop.startPanelHost();
-        const auto placeWithPointerAt = [&](QPoint pointer) {
+        const auto isPlacedAt = [&](QPoint corner, QPoint pointer) {
             seat.moveMouse(pointer);
             host->tell("show");
             const auto panel = desktop.waitForWindow(panelTitle);
-            const QPoint corner =
-                desktop.waitForFocus(panel) ? seat.geometry(panel).topLeft() : QPoint();
+            const bool placed = desktop.waitForFocus(panel) &&
+                                waitUntil([&] { return seat.geometry(panel).topLeft() == corner; });
             host->tell("hide");
-            (void)waitUntil([&] { return !seat.isVisible(panel); });
-            return corner;
+            return waitUntil([&] { return !seat.isVisible(panel); }) && placed;
         };
-        QCOMPARE(placeWithPointerAt({100, 100}), QPoint(400 - 230, 300 - 140));
-        QCOMPARE(placeWithPointerAt({900, 100}), QPoint(1200 - 230, 400 - 140));
+        QVERIFY(isPlacedAt(QPoint(400 - 230, 300 - 140), {100, 100}));
+        QVERIFY(isPlacedAt(QPoint(1200 - 230, 400 - 140), {900, 100}));
 
         const auto dock = desktop.startVictim(
             {.title = QStringLiteral("Dock"), .geometry = {800, 0, 800, 60}, .isDock = true});
         QVERIFY(
             waitUntil([&] { return seat.property(seat.root(), "_NET_CLIENT_LIST").size() == 1; }));
-        QCOMPARE(placeWithPointerAt({100, 100}), QPoint(400 - 230, 300 - 140));
-        QCOMPARE(placeWithPointerAt({900, 100}), QPoint(1200 - 230, 430 - 140));
+        QVERIFY(isPlacedAt(QPoint(400 - 230, 300 - 140), {100, 100}));
+        QVERIFY(isPlacedAt(QPoint(1200 - 230, 430 - 140), {900, 100}));
     }
 
     void hasRoundCornersWithAndWithoutACompositor()

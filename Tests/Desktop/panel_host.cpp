@@ -8,10 +8,10 @@
 #include <QSocketNotifier>
 #include <QTextEdit>
 
+#include <array>
 #include <cstdio>
-#include <iostream>
+#include <string>
 
-#include <poll.h>
 #include <unistd.h>
 
 namespace {
@@ -78,15 +78,17 @@ int main(int argc, char *argv[])
     panel.windowDidMove = [&] { panel.persistOrigin(); };
 
     QSocketNotifier input(STDIN_FILENO, QSocketNotifier::Read);
+    std::string pending;
     QObject::connect(&input, &QSocketNotifier::activated, &application, [&] {
-        pollfd waiting{STDIN_FILENO, POLLIN, 0};
-        std::string line;
-        // The stream reads ahead, so what it holds already does not wake the notifier again.
-        do {
-            if (!std::getline(std::cin, line))
-                return application.quit();
-            obey(line, panel, *sheet);
-        } while (std::cin.rdbuf()->in_avail() > 0 || poll(&waiting, 1, 0) > 0);
+        std::array<char, 256> chunk;
+        const auto count = read(STDIN_FILENO, chunk.data(), chunk.size());
+        if (count <= 0)
+            return application.quit();
+        pending.append(chunk.data(), static_cast<std::size_t>(count));
+        for (auto end = pending.find('\n'); end != std::string::npos; end = pending.find('\n')) {
+            obey(pending.substr(0, end), panel, *sheet);
+            pending.erase(0, end + 1);
+        }
     });
     return application.exec();
 }
