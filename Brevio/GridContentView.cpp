@@ -110,18 +110,15 @@ std::shared_ptr<NoteThumbView> GridContentView::makeThumb(const Note &note)
     // The tiles do not outlive the view: they are the document's, and the menus are our children.
     auto thumb = std::make_shared<NoteThumbView>();
     thumb->setNote(note);
-    thumb->onClick = [this](const QUuid &id) {
-        if (const auto callback = onThumbClick)
-            callback(id);
+    const auto forwardingTo = [this](NoteThumbView::Callback GridContentView::*callback) {
+        return [this, callback](const QUuid &id) {
+            if (const auto installed = this->*callback)
+                installed(id);
+        };
     };
-    thumb->onPinToggle = [this](const QUuid &id) {
-        if (const auto callback = onThumbPinToggle)
-            callback(id);
-    };
-    thumb->onDelete = [this](const QUuid &id) {
-        if (const auto callback = onThumbDelete)
-            callback(id);
-    };
+    thumb->onClick = forwardingTo(&GridContentView::onThumbClick);
+    thumb->onPinToggle = forwardingTo(&GridContentView::onThumbPinToggle);
+    thumb->onDelete = forwardingTo(&GridContentView::onThumbDelete);
     return thumb;
 }
 
@@ -301,19 +298,12 @@ std::optional<int> GridContentView::focusTarget(int key) const
     default:
         return std::nullopt;
     }
-    const int last = m_document.tileCount() - 1;
-    if (last < 0)
+    if (m_document.tileCount() == 0)
         return std::nullopt;
     // Unless it is shown, the ring starts from the active note, which looks chosen already.
     const auto current = m_focusedTile ? m_focusedTile : activeTileInView();
-    if (!current)
-        return firstVisibleTile();
-    const int target = *current + step;
-    if (target < 0)
-        return key == Qt::Key_Left ? 0 : *current;
-    // Down from the last row but one reaches a tile even where the last row has ended.
-    const bool isLastRow = *current / GridDocument::columns == last / GridDocument::columns;
-    return target > last && isLastRow && key == Qt::Key_Down ? *current : std::min(target, last);
+    return current ? m_document.tileBeside(*current, step)
+                   : m_document.firstTileFrom(scrollOffset());
 }
 
 std::optional<int> GridContentView::activeTileInView() const
@@ -324,15 +314,6 @@ std::optional<int> GridContentView::activeTileInView() const
         return std::nullopt;
     const int tile = static_cast<int>(active - thumbs().begin());
     return QRectF(rect()).contains(tileRect(tile)) ? std::optional(tile) : std::nullopt;
-}
-
-int GridContentView::firstVisibleTile() const
-{
-    for (int tile = 0; tile < m_document.tileCount(); ++tile) {
-        if (tileRect(tile).top() >= 0.0)
-            return tile;
-    }
-    return m_document.tileCount() - 1;
 }
 
 bool GridContentView::scrollByKey(int key)
