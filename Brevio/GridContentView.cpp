@@ -282,22 +282,15 @@ void GridContentView::keyPressEvent(QKeyEvent *event)
 std::optional<int> GridContentView::focusTarget(int key) const
 {
     int step = 0;
+    // clang-format off
     switch (key) {
-    case Qt::Key_Left:
-        step = -1;
-        break;
-    case Qt::Key_Right:
-        step = 1;
-        break;
-    case Qt::Key_Up:
-        step = -GridDocument::columns;
-        break;
-    case Qt::Key_Down:
-        step = GridDocument::columns;
-        break;
-    default:
-        return std::nullopt;
+    case Qt::Key_Left: step = -1; break;
+    case Qt::Key_Right: step = 1; break;
+    case Qt::Key_Up: step = -GridDocument::columns; break;
+    case Qt::Key_Down: step = GridDocument::columns; break;
+    default: return std::nullopt;
     }
+    // clang-format on
     if (m_document.tileCount() == 0)
         return std::nullopt;
     // Unless it is shown, the ring starts from the active note, which looks chosen already.
@@ -318,22 +311,15 @@ std::optional<int> GridContentView::activeTileInView() const
 
 bool GridContentView::scrollByKey(int key)
 {
+    // clang-format off
     switch (key) {
-    case Qt::Key_PageUp:
-        m_scrollBar->scrollBy(pageOverlap - height());
-        return true;
-    case Qt::Key_PageDown:
-        m_scrollBar->scrollBy(height() - pageOverlap);
-        return true;
-    case Qt::Key_Home:
-        m_scrollBar->scrollTo(0.0);
-        return true;
-    case Qt::Key_End:
-        m_scrollBar->scrollTo(m_scrollBar->maximum());
-        return true;
-    default:
-        return false;
+    case Qt::Key_PageUp: m_scrollBar->scrollBy(pageOverlap - height()); return true;
+    case Qt::Key_PageDown: m_scrollBar->scrollBy(height() - pageOverlap); return true;
+    case Qt::Key_Home: m_scrollBar->scrollTo(0.0); return true;
+    case Qt::Key_End: m_scrollBar->scrollTo(m_scrollBar->maximum()); return true;
+    default: return false;
     }
+    // clang-format on
 }
 
 void GridContentView::setFocusedTile(std::optional<int> tile)
