@@ -110,18 +110,15 @@ std::shared_ptr<NoteThumbView> GridContentView::makeThumb(const Note &note)
     // The tiles do not outlive the view: they are the document's, and the menus are our children.
     auto thumb = std::make_shared<NoteThumbView>();
     thumb->setNote(note);
-    thumb->onClick = [this](const QUuid &id) {
-        if (const auto callback = onThumbClick)
-            callback(id);
+    const auto forwardingTo = [this](NoteThumbView::Callback GridContentView::*callback) {
+        return [this, callback](const QUuid &id) {
+            if (const auto installed = this->*callback)
+                installed(id);
+        };
     };
-    thumb->onPinToggle = [this](const QUuid &id) {
-        if (const auto callback = onThumbPinToggle)
-            callback(id);
-    };
-    thumb->onDelete = [this](const QUuid &id) {
-        if (const auto callback = onThumbDelete)
-            callback(id);
-    };
+    thumb->onClick = forwardingTo(&GridContentView::onThumbClick);
+    thumb->onPinToggle = forwardingTo(&GridContentView::onThumbPinToggle);
+    thumb->onDelete = forwardingTo(&GridContentView::onThumbDelete);
     return thumb;
 }
 
@@ -285,35 +282,21 @@ void GridContentView::keyPressEvent(QKeyEvent *event)
 std::optional<int> GridContentView::focusTarget(int key) const
 {
     int step = 0;
+    // clang-format off
     switch (key) {
-    case Qt::Key_Left:
-        step = -1;
-        break;
-    case Qt::Key_Right:
-        step = 1;
-        break;
-    case Qt::Key_Up:
-        step = -GridDocument::columns;
-        break;
-    case Qt::Key_Down:
-        step = GridDocument::columns;
-        break;
-    default:
-        return std::nullopt;
+    case Qt::Key_Left: step = -1; break;
+    case Qt::Key_Right: step = 1; break;
+    case Qt::Key_Up: step = -GridDocument::columns; break;
+    case Qt::Key_Down: step = GridDocument::columns; break;
+    default: return std::nullopt;
     }
-    const int last = m_document.tileCount() - 1;
-    if (last < 0)
+    // clang-format on
+    if (m_document.tileCount() == 0)
         return std::nullopt;
     // Unless it is shown, the ring starts from the active note, which looks chosen already.
     const auto current = m_focusedTile ? m_focusedTile : activeTileInView();
-    if (!current)
-        return firstVisibleTile();
-    const int target = *current + step;
-    if (target < 0)
-        return key == Qt::Key_Left ? 0 : *current;
-    // Down from the last row but one reaches a tile even where the last row has ended.
-    const bool isLastRow = *current / GridDocument::columns == last / GridDocument::columns;
-    return target > last && isLastRow && key == Qt::Key_Down ? *current : std::min(target, last);
+    return current ? m_document.tileBeside(*current, step)
+                   : m_document.firstTileFrom(scrollOffset());
 }
 
 std::optional<int> GridContentView::activeTileInView() const
@@ -326,33 +309,17 @@ std::optional<int> GridContentView::activeTileInView() const
     return QRectF(rect()).contains(tileRect(tile)) ? std::optional(tile) : std::nullopt;
 }
 
-int GridContentView::firstVisibleTile() const
-{
-    for (int tile = 0; tile < m_document.tileCount(); ++tile) {
-        if (tileRect(tile).top() >= 0.0)
-            return tile;
-    }
-    return m_document.tileCount() - 1;
-}
-
 bool GridContentView::scrollByKey(int key)
 {
+    // clang-format off
     switch (key) {
-    case Qt::Key_PageUp:
-        m_scrollBar->scrollBy(pageOverlap - height());
-        return true;
-    case Qt::Key_PageDown:
-        m_scrollBar->scrollBy(height() - pageOverlap);
-        return true;
-    case Qt::Key_Home:
-        m_scrollBar->scrollTo(0.0);
-        return true;
-    case Qt::Key_End:
-        m_scrollBar->scrollTo(m_scrollBar->maximum());
-        return true;
-    default:
-        return false;
+    case Qt::Key_PageUp: m_scrollBar->scrollBy(pageOverlap - height()); return true;
+    case Qt::Key_PageDown: m_scrollBar->scrollBy(height() - pageOverlap); return true;
+    case Qt::Key_Home: m_scrollBar->scrollTo(0.0); return true;
+    case Qt::Key_End: m_scrollBar->scrollTo(m_scrollBar->maximum()); return true;
+    default: return false;
     }
+    // clang-format on
 }
 
 void GridContentView::setFocusedTile(std::optional<int> tile)

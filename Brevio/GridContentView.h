@@ -73,7 +73,6 @@ private:
     [[nodiscard]] std::optional<int> tileAt(QPointF position) const;
     [[nodiscard]] std::optional<int> focusTarget(int key) const;
     [[nodiscard]] std::optional<int> activeTileInView() const;
-    [[nodiscard]] int firstVisibleTile() const;
     [[nodiscard]] bool scrollByKey(int key);
     void setFocusedTile(std::optional<int> tile);
     void showMenuOfFocusedTile();

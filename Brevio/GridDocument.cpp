@@ -67,6 +67,25 @@ bool GridDocument::isBeingDeleted(int tile) const
     return index < m_thumbs.size() && isBeingDeleted(*m_thumbs[index]);
 }
 
+int GridDocument::tileBeside(int tile, int step) const
+{
+    const int last = tileCount() - 1;
+    const int target = tile + step;
+    if (target < 0)
+        return tile;
+    // From the last row but one a step down reaches a tile even where the last row has ended.
+    const bool isInLastRow = tile / columns == last / columns;
+    return target > last && isInLastRow ? tile : std::min(target, last);
+}
+
+int GridDocument::firstTileFrom(double top) const
+{
+    int tile = 0;
+    while (tile < tileCount() - 1 && tileFrame(tile).top() < top)
+        ++tile;
+    return tile;
+}
+
 bool GridDocument::isBeingDeleted(const NoteThumbView &thumb) const
 {
     return std::any_of(m_deletions.begin(), m_deletions.end(),

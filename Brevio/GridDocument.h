@@ -38,6 +38,11 @@ public:
     /// The tile at the point, but never one that is being deleted.
     [[nodiscard]] std::optional<int> tileAt(QPointF point) const;
     [[nodiscard]] bool isBeingDeleted(int tile) const;
+    /// The tile that many places on (one row is `columns`), or the nearest in that direction; the
+    /// same one where there is none.
+    [[nodiscard]] int tileBeside(int tile, int step) const;
+    /// The first tile that begins at this height or below, else the last. There must be one.
+    [[nodiscard]] int firstTileFrom(double top) const;
     /// Never less than the visible part's.
     [[nodiscard]] double height() const { return m_height; }
 

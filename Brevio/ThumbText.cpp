@@ -9,7 +9,7 @@ namespace Brevio {
 
 namespace {
 
-constexpr qsizetype firstPiece = 512;   ///< characters; more than a label of ordinary text holds
+constexpr qsizetype firstPiece = 192;   ///< characters; more than a label of ordinary text holds
 constexpr qsizetype longestText = 4096; ///< characters; nothing beyond is looked at
 constexpr double tabDistance = 28.0;    ///< logical pixels
 

@@ -106,7 +106,7 @@ private Q_SLOTS:
     {
         // Spaces hang on the end of a line, so these put the end of the first piece into sight.
         const QString words = u"some ordinary words then follow "_qs.repeated(20);
-        const auto cut = tileReading(QString(490, u' ') + words).laidOutText().lines();
+        const auto cut = tileReading(QString(170, u' ') + words).laidOutText().lines();
         const auto plain = tileReading(words).laidOutText().lines();
         QCOMPARE(cut.size(), plain.size());
         for (std::size_t i = 1; i < plain.size(); ++i)
