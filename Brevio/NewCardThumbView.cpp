@@ -1,6 +1,6 @@
 #include "Brevio/NewCardThumbView.h"
 
-#include "Brevio/GridPalette.h"
+#include "Brevio/CardContentView.h"
 #include "Brevio/NoteThumbView.h"
 
 #include <QPainter>
@@ -22,7 +22,7 @@ constexpr double plusArm = 9.0; ///< from the centre to each end
 void NewCardThumbView::paint(QPainter &painter, const TileSurroundings &surroundings) const
 {
     const auto scheme = surroundings.scheme;
-    const auto &ink = GridPalette::cardInk();
+    const auto &ink = CardContentView::cardInk();
     painter.save();
     placeTile(painter, m_frame, 1.0, surroundings.devicePixelRatio);
     paintTileSurface(painter, NoteThumbView::thumbFill().resolved(scheme, fillAlpha),

@@ -1,6 +1,7 @@
 #include "Brevio/NoteThumbView.h"
 
-#include "Brevio/GridPalette.h"
+#include "Brevio/CardContentView.h"
+#include "Platform/Screen/Fonts.h"
 
 #include <QPainter>
 
@@ -38,14 +39,14 @@ QString NoteThumbView::text() const
 
 ThumbText NoteThumbView::laidOutText() const
 {
-    static const QFont font = GridPalette::baskerville(fontSize);
+    static const QFont font = Platform::Fonts::baskerville(fontSize, Platform::Fonts::Slant::Upright, fontSize);
     return {text(), font, labelRect().size()};
 }
 
 void NoteThumbView::paint(QPainter &painter, const TileSurroundings &surroundings) const
 {
     const auto scheme = surroundings.scheme;
-    const auto &ink = GridPalette::cardInk();
+    const auto &ink = CardContentView::cardInk();
     painter.save();
     placeTile(painter, m_frame, m_alpha, surroundings.devicePixelRatio);
     paintTileSurface(painter, thumbFill().resolved(scheme), ink.resolved(scheme, borderAlpha),

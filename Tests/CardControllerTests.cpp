@@ -149,9 +149,9 @@ void CardControllerTests::newCardEndsAsTheLastKeySays_data()
     QTest::addColumn<int>("tombstones");
     QTest::addColumn<QString>("toast");
     const auto none = QString();
-    QTest::newRow("word kept") << "word" << 0 << true << QStringList{"word"} << 0 << "Note saved";
+    QTest::newRow("word kept") << "word" << 0 << true << QStringList{u"word"_qs} << 0 << "Note saved";
     QTest::newRow("space around it stays")
-        << "  word \t" << 0 << true << QStringList{"  word \t"} << 0 << "Note saved";
+        << "  word \t" << 0 << true << QStringList{u"  word \t"_qs} << 0 << "Note saved";
     QTest::newRow("blank kept") << "   " << 0 << true << QStringList() << 0 << none;
     QTest::newRow("typed and erased, kept") << "x" << 1 << true << QStringList() << 1 << none;
     QTest::newRow("word discarded") << "word" << 0 << false << QStringList() << 1 << "Note discarded";
@@ -341,7 +341,7 @@ void CardControllerTests::summoningTheKeyCardKeepsIt()
     QCOMPARE(card.toast(), QStringLiteral("Note saved"));
     card.wait(longEnough);
     QVERIFY(!card.isShown());
-    QCOMPARE(card.bodies(), QStringList{"kept"});
+    QCOMPARE(card.bodies(), QStringList{u"kept"_qs});
 }
 
 void CardControllerTests::toastComesAndGoesWithTheCard()
@@ -383,7 +383,7 @@ void CardControllerTests::cardSummonedDuringTheToastStays()
         QCOMPARE(card.controller.panel().alpha(), 1.0);
         QCOMPARE(card.root().alpha(Face::Card), 1.0);
         QCOMPARE(card.root().alpha(Face::Toast), 0.0);
-        QCOMPARE(card.bodies(), (QStringList{"second", "first"}));
+        QCOMPARE(card.bodies(), (QStringList{u"second"_qs, u"first"_qs}));
     }
 }
 
@@ -397,7 +397,7 @@ void CardControllerTests::textTypedDuringTheToastIsKept()
     card.type(QStringLiteral("late"));
     card.wait(longEnough);
     card.summon();
-    QCOMPARE(card.bodies(), (QStringList{"late", "first"}));
+    QCOMPARE(card.bodies(), (QStringList{u"late"_qs, u"first"_qs}));
     QCOMPARE(card.text().text(), QString());
 }
 
@@ -468,7 +468,7 @@ void CardControllerTests::gridReturnsToTheNoteTheUserChose()
     QVERIFY(card.text().hasFocus());
     QCOMPARE(card.text().text(), QStringLiteral("mine"));
     card.discard();
-    QCOMPARE(card.bodies(), (QStringList{"mine", "other"}));
+    QCOMPARE(card.bodies(), (QStringList{u"mine"_qs, u"other"_qs}));
 
     // A blank record is dropped when the user turns to another note.
     card.summon();
@@ -477,7 +477,7 @@ void CardControllerTests::gridReturnsToTheNoteTheUserChose()
     card.controller.enterGridMode();
     card.controller.grid().onThumbClick(other);
     QCOMPARE(card.text().text(), QStringLiteral("other"));
-    QCOMPARE(card.bodies(), (QStringList{"mine", "other"}));
+    QCOMPARE(card.bodies(), (QStringList{u"mine"_qs, u"other"_qs}));
     QCOMPARE(card.tombstones(), 1);
 }
 
@@ -513,7 +513,7 @@ void CardControllerTests::everyWayOutOfTheGridEndsOnTheCard()
     QTEST(card.text().text(), "text");
     QCOMPARE(card.root().alpha(Face::Card), 1.0);
     QVERIFY(!card.root().isHidden(Face::Card) && card.root().isHidden(Face::Grid));
-    QCOMPARE(card.bodies(), QStringList{"mine"});
+    QCOMPARE(card.bodies(), QStringList{u"mine"_qs});
 }
 
 void CardControllerTests::rapidTogglesEndOnTheRightFace_data()
@@ -544,7 +544,7 @@ void CardControllerTests::rapidTogglesEndOnTheRightFace()
         QCOMPARE(card.root().alpha(onGrid ? Face::Grid : Face::Card), 1.0);
         if (!onGrid) {
             card.type(QStringLiteral("alive"));
-            QCOMPARE(card.bodies(), QStringList{"alive"});
+            QCOMPARE(card.bodies(), QStringList{u"alive"_qs});
         }
     }
 }
@@ -565,7 +565,7 @@ void CardControllerTests::gridForgetsExpiredNotesAndShowsPinsAtOnce()
     card.discard();
     card.wait(24h * 5);
     card.controller.enterGridMode();
-    QCOMPARE(card.bodies(), (QStringList{"fresh", "pinned"}));
+    QCOMPARE(card.bodies(), (QStringList{u"fresh"_qs, u"pinned"_qs}));
     QCOMPARE(card.controller.grid().thumbs().size(), 2U);
 }
 
