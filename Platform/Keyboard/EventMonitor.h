@@ -13,11 +13,13 @@ namespace Platform {
 using EventMask = std::uint32_t;
 
 namespace EventKind {
-inline constexpr EventMask LeftMouseUp = 1U << 2;
+// clang-format off
+inline constexpr EventMask LeftMouseUp  = 1U << 2;
 inline constexpr EventMask RightMouseUp = 1U << 4;
-inline constexpr EventMask KeyDown = 1U << 10;
-inline constexpr EventMask KeyUp = 1U << 11;
+inline constexpr EventMask KeyDown      = 1U << 10;
+inline constexpr EventMask KeyUp        = 1U << 11;
 inline constexpr EventMask FlagsChanged = 1U << 12;
+// clang-format on
 } // namespace EventKind
 
 /// One event on its way to one of the program's own windows.

@@ -14,14 +14,16 @@ namespace Platform {
 using ModifierFlags = std::uint32_t;
 
 namespace Modifier {
-inline constexpr ModifierFlags CapsLock = 0x10000;
-inline constexpr ModifierFlags Shift = 0x20000;
-inline constexpr ModifierFlags Control = 0x40000;     ///< The Super key.
-inline constexpr ModifierFlags Option = 0x80000;      ///< The Alt key.
-inline constexpr ModifierFlags Command = 0x100000;    ///< The Ctrl key.
+// clang-format off
+inline constexpr ModifierFlags CapsLock   = 0x10000;
+inline constexpr ModifierFlags Shift      = 0x20000;
+inline constexpr ModifierFlags Control    = 0x40000;  ///< The Super key.
+inline constexpr ModifierFlags Option     = 0x80000;  ///< The Alt key.
+inline constexpr ModifierFlags Command    = 0x100000; ///< The Ctrl key.
 inline constexpr ModifierFlags NumericPad = 0x200000; ///< The key is on the keypad.
-inline constexpr ModifierFlags Help = 0x400000;
-inline constexpr ModifierFlags Function = 0x800000; ///< Never set by an event here.
+inline constexpr ModifierFlags Help       = 0x400000;
+inline constexpr ModifierFlags Function   = 0x800000; ///< Never set by an event here.
+// clang-format on
 } // namespace Modifier
 
 /// One key going down or up, or one change of the held modifiers. The key code names a physical
