@@ -23,8 +23,7 @@ using Platform::UserDefaults;
 AppDelegate::AppDelegate()
     : m_store(std::make_unique<NoteStore>())
     , m_settings(std::make_unique<Settings>(UserDefaults::standard()))
-{
-}
+{}
 
 AppDelegate::~AppDelegate()
 {
@@ -64,8 +63,8 @@ std::unique_ptr<AppDelegate> theDelegate;
 /// is what the card does, so there the windows run through XWayland where it exists.
 void preferXWayland()
 {
-    if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM") && qEnvironmentVariableIsSet("WAYLAND_DISPLAY")
-        && !qEnvironmentVariableIsEmpty("DISPLAY"))
+    if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM") &&
+        qEnvironmentVariableIsSet("WAYLAND_DISPLAY") && !qEnvironmentVariableIsEmpty("DISPLAY"))
         qputenv("QT_QPA_PLATFORM", "xcb");
 }
 

@@ -98,11 +98,10 @@ void CardController::installKeyMonitor()
 void CardController::registerSummonHotkey()
 {
     // The module keeps the action for the life of the process.
-    KeyboardShortcuts::onKeyDown(KeyboardShortcuts::Name::summon(),
-                                 [self = QPointer(this)] {
-                                     if (self)
-                                         self->toggleSummon();
-                                 });
+    KeyboardShortcuts::onKeyDown(KeyboardShortcuts::Name::summon(), [self = QPointer(this)] {
+        if (self)
+            self->toggleSummon();
+    });
 }
 
 EventVerdict CardController::handleKeyDown(const KeyEvent &event)

@@ -116,7 +116,7 @@ private:
 
     CardMode m_mode = CardMode::Card;
     std::optional<QUuid> m_activeNoteID;
-    bool m_activeNoteIsNew = true; ///< begun on this card, also once its record exists
+    bool m_activeNoteIsNew = true;              ///< begun on this card, also once its record exists
     QString m_activeNoteOriginalBody;           ///< what a discard goes back to
     Instant m_activeNoteOriginalLastEditedAt{}; ///< likewise
 

@@ -1,7 +1,7 @@
 #include "Brevio/GridContentView.h"
 
-#include "Brevio/GridAccessibility.h"
 #include "Brevio/CardContentView.h"
+#include "Brevio/GridAccessibility.h"
 #include "Brevio/OverlayScrollBar.h"
 
 #include <QApplication>
@@ -182,7 +182,8 @@ void GridContentView::paintEvent(QPaintEvent *event)
         return;
     const double outset = focusRingGap + focusRingWidth / 2.0;
     painter.setRenderHint(QPainter::Antialiasing);
-    painter.setPen(QPen(CardContentView::cardInk().resolved(scheme, focusRingAlpha), focusRingWidth));
+    painter.setPen(
+        QPen(CardContentView::cardInk().resolved(scheme, focusRingAlpha), focusRingWidth));
     painter.drawRoundedRect(
         m_document.tileFrame(*m_focusedTile).adjusted(-outset, -outset, outset, outset),
         focusRingRadius, focusRingRadius);

@@ -39,7 +39,8 @@ QString NoteThumbView::text() const
 
 ThumbText NoteThumbView::laidOutText() const
 {
-    static const QFont font = Platform::Fonts::baskerville(fontSize, Platform::Fonts::Slant::Upright, fontSize);
+    static const QFont font =
+        Platform::Fonts::baskerville(fontSize, Platform::Fonts::Slant::Upright, fontSize);
     return {text(), font, labelRect().size()};
 }
 

@@ -48,7 +48,9 @@ class Observable
 {
 public:
     Observable() = default;
-    explicit Observable(Value value) : m_value(std::move(value)) {}
+    explicit Observable(Value value)
+        : m_value(std::move(value))
+    {}
     Observable(const Observable &) = delete;
     Observable &operator=(const Observable &) = delete;
 

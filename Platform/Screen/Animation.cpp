@@ -18,11 +18,16 @@ struct ControlPoints
 constexpr ControlPoints controlPoints(TimingCurve curve)
 {
     switch (curve) {
-    case TimingCurve::EaseIn:        return {0.42, 0.0, 1.0, 1.0};
-    case TimingCurve::EaseOut:       return {0.0, 0.0, 0.58, 1.0};
-    case TimingCurve::EaseInEaseOut: return {0.42, 0.0, 0.58, 1.0};
-    case TimingCurve::Default:       return {0.25, 0.1, 0.25, 1.0};
-    case TimingCurve::Linear:        break;
+    case TimingCurve::EaseIn:
+        return {0.42, 0.0, 1.0, 1.0};
+    case TimingCurve::EaseOut:
+        return {0.0, 0.0, 0.58, 1.0};
+    case TimingCurve::EaseInEaseOut:
+        return {0.42, 0.0, 0.58, 1.0};
+    case TimingCurve::Default:
+        return {0.25, 0.1, 0.25, 1.0};
+    case TimingCurve::Linear:
+        break;
     }
     return {0.0, 0.0, 1.0, 1.0};
 }
@@ -45,8 +50,7 @@ public:
         , m_curve(curve)
         , m_step(std::move(step))
         , m_completion(std::move(completion))
-    {
-    }
+    {}
 
     void scheduleFrame()
     {

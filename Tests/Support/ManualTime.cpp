@@ -25,7 +25,8 @@ void ManualQueue::advance(Duration span)
             m_now = std::max(m_now, next.key());
             (*job)();
         }
-        std::erase_if(m_posted, [&](const auto &posted) { return posted.second == next.mapped().lock(); });
+        std::erase_if(m_posted,
+                      [&](const auto &posted) { return posted.second == next.mapped().lock(); });
     }
     m_now = end;
 }

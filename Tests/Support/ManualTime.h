@@ -33,6 +33,6 @@ public:
     Platform::Instant now() const override { return current; }
     void advance(std::chrono::microseconds span) { current += span; }
 
-    Platform::Instant current{std::chrono::sys_days{std::chrono::year{2025} / 3 / 14}
-                              + std::chrono::hours(9)};
+    Platform::Instant current{std::chrono::sys_days{std::chrono::year{2025} / 3 / 14} +
+                              std::chrono::hours(9)};
 };
