@@ -2,6 +2,7 @@
 
 #include <QTest>
 
+using namespace Qt::StringLiterals;
 using namespace Platform;
 
 class FoldersTests final : public QObject
@@ -14,15 +15,13 @@ private Q_SLOTS:
         QTest::addColumn<QByteArray>("variable");
         QTest::addColumn<QString>("config");
         QTest::addColumn<QString>("data");
-        const QString config = QStringLiteral("/home/ada/.config");
-        const QString data = QStringLiteral("/home/ada/.local/share");
+        const QString config = u"/home/ada/.config"_s;
+        const QString data = u"/home/ada/.local/share"_s;
         QTest::newRow("unset") << QByteArray() << config << data;
-        QTest::newRow("empty") << QByteArray("") << config << data;
-        QTest::newRow("relative") << QByteArray("here/below") << config << data;
-        QTest::newRow("absolute") << QByteArray("/x/y z") << QStringLiteral("/x/y z")
-                                  << QStringLiteral("/x/y z");
-        QTest::newRow("slash at the end")
-            << QByteArray("/x/y/") << QStringLiteral("/x/y") << QStringLiteral("/x/y");
+        QTest::newRow("empty") << ""_ba << config << data;
+        QTest::newRow("relative") << "here/below"_ba << config << data;
+        QTest::newRow("absolute") << "/x/y z"_ba << u"/x/y z"_s << u"/x/y z"_s;
+        QTest::newRow("slash at the end") << "/x/y/"_ba << u"/x/y"_s << u"/x/y"_s;
     }
     void onlyAbsolutePathsCount()
     {
@@ -45,8 +44,8 @@ private Q_SLOTS:
         qunsetenv("HOME");
         qunsetenv("XDG_DATA_HOME");
         const QString data = Folders::dataHome();
-        QVERIFY(data.startsWith(u'/') && data.endsWith(QStringLiteral("/.local/share")));
-        QVERIFY(data != QStringLiteral("/.local/share"));
+        QVERIFY(data.startsWith(u'/') && data.endsWith(u"/.local/share"_s));
+        QVERIFY(data != u"/.local/share"_s);
     }
 };
 
