@@ -5,6 +5,7 @@
 #include "Brevio/Settings.h"
 #include "KeyboardShortcuts/KeyboardShortcuts.h"
 #include "Platform/Core/NotificationCenter.h"
+#include "Platform/Core/Termination.h"
 #include "Platform/Keyboard/HotKeys.h"
 #include "Platform/Keyboard/KeyboardLayout.h"
 #include "Platform/Keyboard/MenuTracking.h"
@@ -51,13 +52,19 @@ void AppDelegate::applicationDidFinishLaunching()
 
 CardController &AppDelegate::controller() const
 {
-    Q_ASSERT(m_controller);
+    if (!m_controller)
+        qFatal("The card controller is used before the launch has finished");
     return *m_controller;
 }
 
 namespace {
 
-std::unique_ptr<AppDelegate> theDelegate;
+/// Not destroyed when the process ends from within the event loop, as when the display goes away.
+std::unique_ptr<AppDelegate> &theDelegate()
+{
+    static auto &shared = *new std::unique_ptr<AppDelegate>;
+    return shared;
+}
 
 /// A Wayland compositor lets no client place or raise its own window or stay above others, which
 /// is what the card does, so there the windows run through XWayland where it exists.
@@ -72,9 +79,9 @@ void preferXWayland()
 
 AppDelegate &BrevioMain::delegate()
 {
-    if (!theDelegate)
-        theDelegate = std::make_unique<AppDelegate>();
-    return *theDelegate;
+    if (!theDelegate())
+        theDelegate() = std::make_unique<AppDelegate>();
+    return *theDelegate();
 }
 
 int BrevioMain::run(int argc, char *argv[])
@@ -86,10 +93,15 @@ int BrevioMain::run(int argc, char *argv[])
     // Its windows come and go; the program lives in the background.
     QApplication::setQuitOnLastWindowClosed(false);
 
-    MainQueue::main().post([] { delegate().applicationDidFinishLaunching(); });
-    (void)delegate();
+    Platform::quitOnTerminationSignals();
+
+    auto &app = delegate();
+    MainQueue::main().post([&app] { app.applicationDidFinishLaunching(); });
     const int status = QApplication::exec();
-    theDelegate.reset(); // its windows must go before the application object
+    // What was typed or moved a moment ago is still waiting to be written.
+    app.store().flush();
+    UserDefaults::standard().flush();
+    theDelegate().reset(); // its windows must go before the application object
     return status;
 }
 

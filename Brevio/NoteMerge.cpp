@@ -61,6 +61,10 @@ Merged merge(OnDisk file, const NoteList &notes, const TombstoneList &tombstones
         if (deletion.value() > now - tombstoneLife)
             merged.tombstones.push_back({deletion.key(), deletion.value()});
     }
+    // The same deletions give the same file, whatever the order of the hash.
+    std::ranges::sort(merged.tombstones, {}, [](const Tombstone &tombstone) {
+        return std::pair(tombstone.deletedAt, tombstone.id);
+    });
     return merged;
 }
 

@@ -9,7 +9,7 @@ namespace Brevio::NoteMerge {
 struct Merged
 {
     NoteList notes; ///< newest edit first; equal times keep their order, the file's first
-    TombstoneList tombstones;
+    TombstoneList tombstones; ///< oldest first
 };
 
 /// Every note of both sides, of two copies the one edited later (the file's when equal), less

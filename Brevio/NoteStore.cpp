@@ -7,6 +7,7 @@
 #include <QLoggingCategory>
 
 #include <algorithm>
+#include <utility>
 
 namespace Brevio {
 
@@ -136,16 +137,16 @@ void NoteStore::save()
                           (m_fileState == FileState::Absent && Files::exists(m_path));
     if ((mustLoad && !load()) || takesBackNotesOfFile())
         return;
-    if (m_usesCloud) {
-        m_ignoresRemote =
-            m_environment.queue.schedule(echoPeriod, [this] { m_ignoresRemote.reset(); });
-    } else {
+    if (!m_usesCloud)
         (void)Files::makeFolder(m_localFolder);
-    }
     if (Files::replaceAtomically(m_path, StoreFile::encode(notes(), m_tombstones)))
         m_fileState = FileState::Read;
     else
         qCWarning(storeLog) << "the notes could not be written to" << m_path;
+    // Counted from the end of the write, which a slow disk can draw out.
+    if (m_usesCloud)
+        m_ignoresRemote =
+            m_environment.queue.schedule(echoPeriod, [this] { m_ignoresRemote.reset(); });
 }
 
 /// An empty list never replaces notes that nobody deleted; they come back into memory instead.
@@ -163,10 +164,13 @@ bool NoteStore::takesBackNotesOfFile()
 
 void NoteStore::scheduleSave()
 {
-    m_pendingSave = m_environment.queue.schedule(saveDelay, [this] {
-        m_pendingSave.reset();
+    m_pendingSave = m_environment.queue.schedule(saveDelay, [this] { flush(); });
+}
+
+void NoteStore::flush()
+{
+    if (std::exchange(m_pendingSave, nullptr))
         save();
-    });
 }
 
 void NoteStore::remoteFileMayHaveChanged()

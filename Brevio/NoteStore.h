@@ -58,6 +58,9 @@ public:
     /// Puts another pinned welcome note at the front.
     void restoreWelcomeNote();
 
+    /// Writes now what is waiting to be written, if anything is. For the end of the program.
+    void flush();
+
     /// The welcome note of a first run, until whoever shows it takes it; none otherwise.
     [[nodiscard]] const std::optional<Identifier> &pendingWelcomeID() const { return m_welcomeID; }
     void setPendingWelcomeID(std::optional<Identifier> id) { m_welcomeID = std::move(id); }

@@ -9,13 +9,12 @@
 
 #include <cmath>
 #include <limits>
+#include <utility>
 
 namespace KeyboardShortcuts {
 
 namespace {
 
-/// A longer text was not written here, and reading it at every press would be slow.
-constexpr qsizetype maxStoredLength = 64 * 1024;
 constexpr std::int64_t maxStoredNumber = std::numeric_limits<std::uint32_t>::max();
 constexpr char16_t unknownKey = u'\uFFFD';
 
@@ -60,8 +59,6 @@ std::optional<Shortcut> Shortcut::fromName(const Name &name)
 
 std::optional<Shortcut> Shortcut::fromJson(const QString &text)
 {
-    if (text.size() > maxStoredLength)
-        return std::nullopt;
     const auto object = QJsonDocument::fromJson(text.toUtf8()).object();
     const auto keyCode = storedNumber(object.value(QLatin1String("carbonKeyCode")));
     const auto modifiers = storedNumber(object.value(QLatin1String("carbonModifiers")));
@@ -105,8 +102,9 @@ std::optional<QString> Shortcut::keyToCharacter() const
     if (keyToSpecialKeyMapping(key()))
         return std::nullopt;
     const auto text =
-        toJson() ? environment().keyboardLayout.character(static_cast<int>(m_carbonKeyCode))
-                 : QString();
+        std::in_range<int>(m_carbonKeyCode)
+            ? environment().keyboardLayout.character(static_cast<int>(m_carbonKeyCode))
+            : QString();
     return text.isEmpty() ? std::nullopt : std::optional(text);
 }
 

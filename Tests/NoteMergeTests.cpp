@@ -1,11 +1,11 @@
 #include "Brevio/NoteMerge.h"
 
 #include <QRandomGenerator>
-#include <QSet>
 #include <QTest>
 
 #include <algorithm>
 
+using namespace Qt::StringLiterals;
 using namespace Brevio;
 using namespace std::chrono;
 
@@ -14,7 +14,7 @@ namespace {
 constexpr Instant now = sys_days{2025y / March / 14} + 9h;
 constexpr int randomPairs = 2'000;
 
-const QUuid a = QUuid::fromString(QStringLiteral("6F1C2A4E-8B3D-4C55-9E0A-2D7B1F3C4A90"));
+const QUuid a = QUuid::fromString(u"6F1C2A4E-8B3D-4C55-9E0A-2D7B1F3C4A90"_s);
 
 Note noteAt(const QUuid &id, seconds edited, const QString &body)
 {
@@ -43,77 +43,46 @@ class NoteMergeTests final : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void theLaterEditOfTwoCopiesWins_data()
+    void theLaterEditOfTwoCopiesWinsAndTheFilesWhenEqual()
     {
-        QTest::addColumn<int>("inFile");
-        QTest::addColumn<int>("inMemory");
-        QTest::addColumn<QString>("body");
-        QTest::newRow("memory is later") << 5 << 7 << QStringLiteral("memory");
-        QTest::newRow("file is later") << 7 << 5 << QStringLiteral("file");
-        QTest::newRow("equal") << 5 << 5 << QStringLiteral("file");
-    }
-    void theLaterEditOfTwoCopiesWins()
-    {
-        QFETCH(int, inFile);
-        QFETCH(int, inMemory);
-        QFETCH(QString, body);
-        const auto merged =
-            NoteMerge::merge({3, {noteAt(a, seconds(inFile), QStringLiteral("file"))}, {}},
-                             {noteAt(a, seconds(inMemory), QStringLiteral("memory"))}, {}, now);
-        QCOMPARE(merged.notes.size(), 1U);
-        QCOMPARE(merged.notes[0].body, body);
+        for (const int lead : {-1, 0, 1}) {
+            const Note inFile = noteAt(a, 5s, u"file"_s);
+            const Note inMemory = noteAt(a, seconds(5 + lead), u"memory"_s);
+            const auto merged = NoteMerge::merge({3, {inFile}, {}}, {inMemory}, {}, now);
+            QCOMPARE(merged.notes, NoteList{lead > 0 ? inMemory : inFile});
+        }
     }
 
     void theLaterOfTwoCopiesInOneFileStands()
     {
-        const auto merged = NoteMerge::merge(
-            {3,
-             {noteAt(a, 9s, QStringLiteral("first")), noteAt(a, 5s, QStringLiteral("second"))},
-             {}},
-            {}, {}, now);
-        QCOMPARE(merged.notes, NoteList{noteAt(a, 5s, QStringLiteral("second"))});
+        const Note first = noteAt(a, 9s, u"first"_s), second = noteAt(a, 5s, u"second"_s);
+        QCOMPARE(NoteMerge::merge({3, {first, second}, {}}, {}, {}, now).notes, NoteList{second});
     }
 
-    void aDeletionBeatsEarlierEditsOnly_data()
-    {
-        QTest::addColumn<int>("editedAt");
-        QTest::addColumn<bool>("survives");
-        QTest::newRow("before") << 9 << false;
-        QTest::newRow("at the same time") << 10 << true;
-        QTest::newRow("after") << 11 << true;
-    }
     void aDeletionBeatsEarlierEditsOnly()
     {
-        QFETCH(int, editedAt);
-        QFETCH(bool, survives);
-        const Note note = noteAt(a, seconds(editedAt), {});
-        const TombstoneList tombstones{{a, now + 10s}};
-        for (const auto &merged : {NoteMerge::merge({3, {}, tombstones}, {note}, {}, now),
-                                   NoteMerge::merge({3, {note}, {}}, {}, tombstones, now)}) {
-            QCOMPARE(merged.notes.size(), survives ? 1U : 0U);
-            QCOMPARE(merged.tombstones, tombstones);
+        for (const int lead : {-1, 0, 1}) {
+            const Note note = noteAt(a, seconds(10 + lead), {});
+            const TombstoneList tombstones{{a, now + 10s}};
+            for (const auto &merged : {NoteMerge::merge({3, {}, tombstones}, {note}, {}, now),
+                                       NoteMerge::merge({3, {note}, {}}, {}, tombstones, now)}) {
+                QCOMPARE(merged.notes.size(), lead < 0 ? 0U : 1U);
+                QCOMPARE(merged.tombstones, tombstones);
+            }
+            QCOMPARE(NoteMerge::areAllDeleted({note}, tombstones), lead < 0);
+            QVERIFY(!NoteMerge::areAllDeleted({note}, {}));
         }
-        QCOMPARE(NoteMerge::areAllDeleted({note}, tombstones), !survives);
-        QVERIFY(!NoteMerge::areAllDeleted({note}, {}));
     }
 
-    void tombstonesLiveThirtyDaysAndHideTheirNoteOneLastTime_data()
-    {
-        QTest::addColumn<int>("age"); // seconds beyond 30 days
-        QTest::addColumn<bool>("isKept");
-        QTest::newRow("a second less") << -1 << true;
-        QTest::newRow("thirty days") << 0 << false;
-        QTest::newRow("a second more") << 1 << false;
-    }
     void tombstonesLiveThirtyDaysAndHideTheirNoteOneLastTime()
     {
-        QFETCH(int, age);
-        QFETCH(bool, isKept);
-        const Instant deletedAt = now - 24h * 30 - seconds(age);
-        const Note note{a, {}, deletedAt - 1s, deletedAt - 1s, true};
-        const auto merged = NoteMerge::merge({3, {note}, {{a, deletedAt}}}, {}, {}, now);
-        QVERIFY(merged.notes.empty());
-        QCOMPARE(merged.tombstones.size(), isKept ? 1U : 0U);
+        for (const int lead : {-1, 0, 1}) {
+            const Instant deletedAt = now - 24h * 30 + seconds(lead);
+            const Note note{a, {}, deletedAt - 1s, deletedAt - 1s, true};
+            const auto merged = NoteMerge::merge({3, {note}, {{a, deletedAt}}}, {}, {}, now);
+            QVERIFY(merged.notes.empty());
+            QCOMPARE(merged.tombstones.size(), lead > 0 ? 1U : 0U);
+        }
     }
 
     void anyTwoSidesMergeWithoutLossInEitherDirection()
@@ -127,8 +96,7 @@ private Q_SLOTS:
             const auto merged = NoteMerge::merge(x, y.notes, y.tombstones, now);
             const auto mirrored = NoteMerge::merge(y, x.notes, x.tombstones, now);
             QVERIFY(merged.notes == mirrored.notes);
-            QCOMPARE(QSet(merged.tombstones.begin(), merged.tombstones.end()),
-                     QSet(mirrored.tombstones.begin(), mirrored.tombstones.end()));
+            QVERIFY2(merged.tombstones == mirrored.tombstones, "the order counts too");
 
             const auto again =
                 NoteMerge::merge({3, merged.notes, merged.tombstones}, y.notes, y.tombstones, now);

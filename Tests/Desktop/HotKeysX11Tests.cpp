@@ -19,6 +19,7 @@
 
 #include <memory>
 
+using namespace Qt::StringLiterals;
 using namespace Platform;
 
 namespace {
@@ -109,22 +110,193 @@ class HotKeysX11Tests final : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void init();
-    void cleanup();
+    void init()
+    {
+        run("setxkbmap", "us");
+        run("xset", "r rate 100 100");
+        m_layout = KeyboardLayout::create(MainQueue::main());
+        m_hotKeys = HotKeys::create(*m_layout);
+        QVERIFY(m_hotKeys->isSupported());
+        m_events = m_hotKeys->onEvent([this](const HotKeyEvent &event) {
+            if (event.id != summon)
+                m_sawMarker |= event.kind == HotKeyEvent::Kind::Released;
+            else if (event.kind == HotKeyEvent::Kind::Pressed)
+                m_seen << u"pressed"_s;
+            else
+                m_seen << u"released"_s;
+        });
+    }
 
-    void everyPressIsOnePressAndOneRelease_data();
-    void everyPressIsOnePressAndOneRelease();
-    void aHeldKeyIsPressedOnce();
-    void onlyTheExactModifiersFire();
-    void theLockKeysDoNotMatter_data();
-    void theLockKeysDoNotMatter();
-    void theKeyStaysInItsPlaceOnEveryLayout_data();
-    void theKeyStaysInItsPlaceOnEveryLayout();
-    void aTakenCombinationIsRefusedWhole();
-    void oneOfTwoIdsOnACombinationMayGo();
-    void nothingFiresAfterTheEnd();
-    void aShortcutWorksOverAnOwnMenu();
-    void aReleaseThatAGrabAteIsReported();
+    void cleanup()
+    {
+        m_hotKeys.reset();
+        m_layout.reset();
+        m_seen.clear();
+    }
+
+    void everyPressIsOnePressAndOneRelease()
+    {
+        QWidget window;
+        for (const bool isOwnWindowActive : {false, true}) {
+            window.setVisible(isOwnWindowActive);
+            QVERIFY(!isOwnWindowActive || QTest::qWaitForWindowActive(&window));
+            QCOMPARE(add(spaceKey), HotKeys::success);
+            const auto before = UserTime::latest();
+            keys("key ctrl+shift+space");
+            QCOMPARE(seen(), m_pressAndRelease);
+            QVERIFY(UserTime::latest() != before);
+            keys("key ctrl+shift+space key ctrl+shift+space");
+            QCOMPARE(seen(), m_pressAndRelease + m_pressAndRelease);
+        }
+        m_hotKeys->unregisterHotKey(summon);
+        keys("key ctrl+shift+space");
+        QCOMPARE(seen(), QStringList());
+    }
+
+    void aHeldKeyIsPressedOnce()
+    {
+        QCOMPARE(add(spaceKey), HotKeys::success);
+        RawPresses raw;
+        keys("keydown ctrl keydown shift keydown space");
+        QTRY_VERIFY(raw.count > 10);
+        QCOMPARE(m_seen, QStringList{u"pressed"_s});
+        // The modifiers first, as hands do.
+        keys("keyup ctrl keyup shift keyup space");
+        QCOMPARE(seen(), m_pressAndRelease);
+    }
+
+    void onlyTheExactModifiersFire()
+    {
+        QCOMPARE(add(spaceKey), HotKeys::success);
+        keys("key ctrl+space key shift+space key ctrl+shift+alt+space key ctrl+shift+super+space");
+        QCOMPARE(seen(), QStringList());
+        QCOMPARE(add(spaceKey, Modifier::Option | Modifier::Control), HotKeys::success);
+        keys("key alt+super+space");
+        QCOMPARE(seen(), m_pressAndRelease);
+        QCOMPARE(add(63), HotKeys::noSuchKey);
+        QCOMPARE(add(spaceKey, Modifier::Function), HotKeys::noSuchKey);
+    }
+
+    void theLockKeysDoNotMatter()
+    {
+        QCOMPARE(add(spaceKey), HotKeys::success);
+        for (const char *locks : {"key Caps_Lock", "key Num_Lock", "key Caps_Lock key Num_Lock"}) {
+            keys(locks);
+            keys("key ctrl+shift+space");
+            const auto result = seen();
+            keys(locks);
+            QVERIFY2(result == m_pressAndRelease, locks);
+        }
+    }
+
+    void theKeyStaysInItsPlaceOnEveryLayout_data()
+    {
+        QTest::addColumn<QByteArray>("layout");
+        QTest::addColumn<QString>("onTheKKey");
+        QTest::addColumn<QString>("onTheYKey");
+        const auto row = [](const char *layout, const char *k, const char *y) {
+            QTest::newRow(layout) << QByteArray(layout) << QString::fromLatin1(k)
+                                  << QString::fromLatin1(y);
+        };
+        row("de", "k", "z");
+        row("us -variant dvorak", "t", "f");
+        row("ru", "k", "y"); // no Latin letters at all: a US layout's
+        row("ru,de", "k", "z");
+    }
+    void theKeyStaysInItsPlaceOnEveryLayout()
+    {
+        QFETCH(QByteArray, layout);
+        QCOMPARE(m_layout->character(letterYKey), u"y"_s);
+        QCOMPARE(add(letterKKey), HotKeys::success);
+        int changes = 0;
+        const auto observer = m_layout->onChange([&] { ++changes; });
+
+        run("setxkbmap", "-option -layout "_ba + layout);
+        QTRY_VERIFY(changes > 0);
+        QTEST(m_layout->character(letterKKey), "onTheKKey");
+        QTEST(m_layout->character(letterYKey), "onTheYKey");
+        keys("key ctrl+shift+45");
+        QCOMPARE(seen(), m_pressAndRelease);
+        QCOMPARE(add(letterYKey), HotKeys::success);
+        keys("key ctrl+shift+29");
+        QCOMPARE(seen(), m_pressAndRelease);
+    }
+
+    void aTakenCombinationIsRefusedWhole()
+    {
+        OtherClient other;
+        const std::uint16_t plain = XCB_MOD_MASK_CONTROL | XCB_MOD_MASK_SHIFT;
+        const std::uint16_t withNumLock = plain | XCB_MOD_MASK_2;
+        QVERIFY(other.grab(withNumLock, letterKKeycode));
+        QCOMPARE(add(letterKKey), badAccess);
+        // What was grabbed on the way is free again.
+        QTRY_VERIFY(other.grab(plain, letterKKeycode));
+
+        other.ungrab(plain, letterKKeycode);
+        other.ungrab(withNumLock, letterKKeycode);
+        QCOMPARE(add(letterKKey), HotKeys::success);
+        QVERIFY(!other.grab(plain, letterKKeycode));
+        m_hotKeys->unregisterHotKey(summon);
+        QTRY_VERIFY(other.grab(plain, letterKKeycode));
+    }
+
+    void oneOfTwoIdsOnACombinationMayGo()
+    {
+        const HotKeyId second{summon.signature, 2};
+        QCOMPARE(add(spaceKey), HotKeys::success);
+        QCOMPARE(m_hotKeys->registerHotKey(second, spaceKey, commandShift), HotKeys::success);
+        m_hotKeys->unregisterHotKey(second);
+        keys("key ctrl+shift+space");
+        QCOMPARE(seen(), m_pressAndRelease);
+    }
+
+    void aShortcutWorksOverAnOwnMenu()
+    {
+        QTemporaryDir folder;
+        UserDefaults defaults(folder.filePath(u"defaults.json"_s), MainQueue::main());
+        NotificationCenter center;
+        const MenuTracking tracking(center);
+        KeyboardShortcuts::setEnvironment(
+            {defaults, center, MainQueue::main(), *m_hotKeys, *m_layout});
+        int runs = 0;
+        KeyboardShortcuts::onKeyDown(KeyboardShortcuts::Name::summon(), [&] { ++runs; });
+
+        QWidget window;
+        window.show();
+        QVERIFY(QTest::qWaitForWindowActive(&window));
+        QMenu menu;
+        menu.addAction(u"Item"_s);
+        menu.popup(window.mapToGlobal(QPoint(10, 10)));
+        QVERIFY(QTest::qWaitForWindowExposed(&menu));
+        keys("key ctrl+shift+space");
+        QTRY_COMPARE(runs, 1);
+        QVERIFY(menu.isVisible());
+        keys("key Escape");
+        QTRY_VERIFY(!menu.isVisible());
+        keys("key ctrl+shift+space");
+        QTRY_COMPARE(runs, 2);
+        KeyboardShortcuts::dropEnvironment();
+    }
+
+    void aReleaseThatAGrabAteIsReported()
+    {
+        QWidget window;
+        window.show();
+        QVERIFY(QTest::qWaitForWindowActive(&window));
+        QList<ModifierFlags> flags;
+        const auto monitor =
+            addLocalMonitor(EventKind::FlagsChanged, [&](const MonitoredEvent &event) {
+                flags << event.key.modifiers;
+                return EventVerdict::Pass;
+            });
+        keys("keydown alt");
+        QTRY_COMPARE(flags, QList<ModifierFlags>{Modifier::Option});
+        OtherClient other;
+        QVERIFY(other.grabKeyboard());
+        keys("keyup alt");
+        other.ungrabKeyboard();
+        QTRY_COMPARE(flags, QList<ModifierFlags>({Modifier::Option, 0}));
+    }
 
 private:
     [[nodiscard]] HotKeys::Status add(std::uint32_t keyCode, ModifierFlags modifiers = commandShift)
@@ -136,7 +308,7 @@ private:
     {
         const HotKeyId marker{1, 1};
         if (m_hotKeys->registerHotKey(marker, 100, Modifier::Command) != HotKeys::success)
-            return {QStringLiteral("no marker")};
+            return {u"no marker"_s};
         keys("key --delay 0 ctrl+F8");
         (void)QTest::qWaitFor([this] { return m_sawMarker; });
         m_hotKeys->unregisterHotKey(marker);
@@ -144,221 +316,13 @@ private:
         return std::exchange(m_seen, {});
     }
 
-    const QStringList m_pressAndRelease{QStringLiteral("pressed"), QStringLiteral("released")};
+    const QStringList m_pressAndRelease{u"pressed"_s, u"released"_s};
     std::unique_ptr<KeyboardLayout> m_layout;
     std::unique_ptr<HotKeys> m_hotKeys;
     Subscription m_events;
     QStringList m_seen;
     bool m_sawMarker = false;
 };
-
-void HotKeysX11Tests::init()
-{
-    run("setxkbmap", "us");
-    run("xset", "r rate 100 100");
-    m_layout = KeyboardLayout::create(MainQueue::main());
-    m_hotKeys = HotKeys::create(*m_layout);
-    QVERIFY(m_hotKeys->isSupported());
-    m_events = m_hotKeys->onEvent([this](const HotKeyEvent &event) {
-        if (event.id != summon)
-            m_sawMarker |= event.kind == HotKeyEvent::Kind::Released;
-        else if (event.kind == HotKeyEvent::Kind::Pressed)
-            m_seen << QStringLiteral("pressed");
-        else
-            m_seen << QStringLiteral("released");
-    });
-}
-
-void HotKeysX11Tests::cleanup()
-{
-    m_hotKeys.reset();
-    m_layout.reset();
-    m_seen.clear();
-}
-
-void HotKeysX11Tests::everyPressIsOnePressAndOneRelease_data()
-{
-    QTest::addColumn<bool>("isOwnWindowActive");
-    QTest::newRow("while another program has the keyboard") << false;
-    QTest::newRow("while our own window has it") << true;
-}
-
-void HotKeysX11Tests::everyPressIsOnePressAndOneRelease()
-{
-    QFETCH(bool, isOwnWindowActive);
-    QWidget window;
-    if (isOwnWindowActive) {
-        window.show();
-        QVERIFY(QTest::qWaitForWindowActive(&window));
-    }
-    QCOMPARE(add(spaceKey), HotKeys::success);
-    const auto before = UserTime::latest();
-    keys("key ctrl+shift+space");
-    QTRY_COMPARE(m_seen, m_pressAndRelease);
-    QCOMPARE(seen(), m_pressAndRelease);
-    QVERIFY(UserTime::latest() != before);
-    keys("key ctrl+shift+space key ctrl+shift+space");
-    QCOMPARE(seen(), m_pressAndRelease + m_pressAndRelease);
-}
-
-void HotKeysX11Tests::aHeldKeyIsPressedOnce()
-{
-    QCOMPARE(add(spaceKey), HotKeys::success);
-    RawPresses raw;
-    keys("keydown ctrl keydown shift keydown space");
-    QTRY_VERIFY(raw.count > 10);
-    QCOMPARE(m_seen, QStringList{QStringLiteral("pressed")});
-    // The modifiers first, as hands do.
-    keys("keyup ctrl keyup shift keyup space");
-    QCOMPARE(seen(), m_pressAndRelease);
-}
-
-void HotKeysX11Tests::onlyTheExactModifiersFire()
-{
-    QCOMPARE(add(spaceKey), HotKeys::success);
-    keys("key ctrl+space key shift+space key ctrl+shift+alt+space key ctrl+shift+super+space");
-    QCOMPARE(seen(), QStringList());
-    QCOMPARE(add(spaceKey, Modifier::Option | Modifier::Control), HotKeys::success);
-    keys("key alt+super+space");
-    QCOMPARE(seen(), m_pressAndRelease);
-    QCOMPARE(add(63), HotKeys::noSuchKey);
-    QCOMPARE(add(spaceKey, Modifier::Function), HotKeys::noSuchKey);
-}
-
-void HotKeysX11Tests::theLockKeysDoNotMatter_data()
-{
-    QTest::addColumn<QByteArray>("locks");
-    QTest::newRow("Caps Lock") << QByteArray("key Caps_Lock");
-    QTest::newRow("Num Lock") << QByteArray("key Num_Lock");
-    QTest::newRow("both") << QByteArray("key Caps_Lock key Num_Lock");
-}
-
-void HotKeysX11Tests::theLockKeysDoNotMatter()
-{
-    QFETCH(QByteArray, locks);
-    QCOMPARE(add(spaceKey), HotKeys::success);
-    keys(locks);
-    keys("key ctrl+shift+space");
-    const auto result = seen();
-    keys(locks);
-    QCOMPARE(result, m_pressAndRelease);
-}
-
-void HotKeysX11Tests::theKeyStaysInItsPlaceOnEveryLayout_data()
-{
-    QTest::addColumn<QByteArray>("layout");
-    QTest::addColumn<QString>("onTheKKey");
-    QTest::addColumn<QString>("onTheYKey");
-    const auto row = [](const char *layout, const char *k, const char *y) {
-        QTest::newRow(layout) << QByteArray(layout) << QString::fromLatin1(k)
-                              << QString::fromLatin1(y);
-    };
-    row("de", "k", "z");
-    row("us -variant dvorak", "t", "f");
-    row("ru", "k", "y"); // no Latin letters at all: a US layout's
-    row("ru,de", "k", "z");
-}
-
-void HotKeysX11Tests::theKeyStaysInItsPlaceOnEveryLayout()
-{
-    QFETCH(QByteArray, layout);
-    QCOMPARE(m_layout->character(letterYKey), QStringLiteral("y"));
-    QCOMPARE(add(letterKKey), HotKeys::success);
-    int changes = 0;
-    const auto observer = m_layout->onChange([&] { ++changes; });
-
-    run("setxkbmap", QByteArray("-option -layout ") + layout);
-    QTRY_VERIFY(changes > 0);
-    QTEST(m_layout->character(letterKKey), "onTheKKey");
-    QTEST(m_layout->character(letterYKey), "onTheYKey");
-    keys("key ctrl+shift+45");
-    QCOMPARE(seen(), m_pressAndRelease);
-    QCOMPARE(add(letterYKey), HotKeys::success);
-    keys("key ctrl+shift+29");
-    QCOMPARE(seen(), m_pressAndRelease);
-}
-
-void HotKeysX11Tests::aTakenCombinationIsRefusedWhole()
-{
-    OtherClient other;
-    const std::uint16_t plain = XCB_MOD_MASK_CONTROL | XCB_MOD_MASK_SHIFT;
-    const std::uint16_t withNumLock = plain | XCB_MOD_MASK_2;
-    QVERIFY(other.grab(withNumLock, letterKKeycode));
-    QCOMPARE(add(letterKKey), badAccess);
-    // What was grabbed on the way is free again.
-    QTRY_VERIFY(other.grab(plain, letterKKeycode));
-
-    other.ungrab(plain, letterKKeycode);
-    other.ungrab(withNumLock, letterKKeycode);
-    QCOMPARE(add(letterKKey), HotKeys::success);
-    QVERIFY(!other.grab(plain, letterKKeycode));
-    m_hotKeys->unregisterHotKey(summon);
-    QTRY_VERIFY(other.grab(plain, letterKKeycode));
-}
-
-void HotKeysX11Tests::oneOfTwoIdsOnACombinationMayGo()
-{
-    const HotKeyId second{summon.signature, 2};
-    QCOMPARE(add(spaceKey), HotKeys::success);
-    QCOMPARE(m_hotKeys->registerHotKey(second, spaceKey, commandShift), HotKeys::success);
-    m_hotKeys->unregisterHotKey(second);
-    keys("key ctrl+shift+space");
-    QCOMPARE(seen(), m_pressAndRelease);
-}
-
-void HotKeysX11Tests::nothingFiresAfterTheEnd()
-{
-    QCOMPARE(add(spaceKey), HotKeys::success);
-    m_hotKeys->unregisterHotKey(summon);
-    keys("key ctrl+shift+space");
-    QCOMPARE(seen(), QStringList());
-}
-
-void HotKeysX11Tests::aShortcutWorksOverAnOwnMenu()
-{
-    QTemporaryDir folder;
-    UserDefaults defaults(folder.filePath(QStringLiteral("defaults.json")), MainQueue::main());
-    NotificationCenter center;
-    const MenuTracking tracking(center);
-    KeyboardShortcuts::setEnvironment({defaults, center, MainQueue::main(), *m_hotKeys, *m_layout});
-    int runs = 0;
-    KeyboardShortcuts::onKeyDown(KeyboardShortcuts::Name::summon(), [&] { ++runs; });
-
-    QWidget window;
-    window.show();
-    QVERIFY(QTest::qWaitForWindowActive(&window));
-    QMenu menu;
-    menu.addAction(QStringLiteral("Item"));
-    menu.popup(window.mapToGlobal(QPoint(10, 10)));
-    QVERIFY(QTest::qWaitForWindowExposed(&menu));
-    keys("key ctrl+shift+space");
-    QTRY_COMPARE(runs, 1);
-    QVERIFY(menu.isVisible());
-    keys("key Escape");
-    QTRY_VERIFY(!menu.isVisible());
-    keys("key ctrl+shift+space");
-    QTRY_COMPARE(runs, 2);
-    KeyboardShortcuts::dropEnvironment();
-}
-
-void HotKeysX11Tests::aReleaseThatAGrabAteIsReported()
-{
-    QWidget window;
-    window.show();
-    QVERIFY(QTest::qWaitForWindowActive(&window));
-    QList<ModifierFlags> flags;
-    const auto monitor = addLocalMonitor(EventKind::FlagsChanged, [&](const MonitoredEvent &event) {
-        flags << event.key.modifiers;
-        return EventVerdict::Pass;
-    });
-    keys("keydown alt");
-    QTRY_COMPARE(flags, QList<ModifierFlags>{Modifier::Option});
-    OtherClient other;
-    QVERIFY(other.grabKeyboard());
-    keys("keyup alt");
-    other.ungrabKeyboard();
-    QTRY_COMPARE(flags, QList<ModifierFlags>({Modifier::Option, 0}));
-}
 
 int main(int argc, char **argv)
 {

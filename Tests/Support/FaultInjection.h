@@ -126,9 +126,4 @@ int renameat2(int fromFolder, const char *from, int toFolder, const char *to,
         FaultInjection::call(SYS_renameat2, fromFolder, from, toFolder, to, flags));
 }
 
-int mkdir(const char *path, mode_t mode) noexcept
-{
-    return static_cast<int>(FaultInjection::call(SYS_mkdirat, AT_FDCWD, path, mode));
-}
-
 } // extern "C"
