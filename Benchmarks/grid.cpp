@@ -1,15 +1,12 @@
 // How long the grid takes to open and to scroll, and what it keeps in memory, by the number of
 // notes; each against a grid of one note.
 
+#include "Benchmarks/Measure.h"
 #include "Brevio/GridContentView.h"
-#include "Brevio/OverlayScrollBar.h"
 
 #include <QApplication>
-#include <QElapsedTimer>
 #include <QWheelEvent>
 
-#include <algorithm>
-#include <cstdio>
 #include <malloc.h>
 
 using namespace Brevio;
@@ -17,8 +14,9 @@ using namespace Brevio;
 namespace {
 
 constexpr QSize gridSize{460, 280};
-constexpr int repetitions = 9; ///< the median counts
+constexpr int repetitions = 9;
 constexpr int scrollSteps = 50;
+constexpr double twoFrames = 2000.0 / 60.0;
 
 class LightAppearance final : public Platform::Appearance
 {
@@ -27,24 +25,10 @@ class LightAppearance final : public Platform::Appearance
 
 struct Cost
 {
-    double openMilliseconds = 0;   ///< reload, layout, first paint
-    double scrollMilliseconds = 0; ///< one step of the wheel and its paint
-    double megabytes = 0;          ///< kept by the grid, the notes' own texts apart
+    double open = 0;      ///< reload, layout, first paint
+    double scroll = 0;    ///< one step of the wheel and its paint
+    double megabytes = 0; ///< kept by the grid, the notes' own texts apart
 };
-
-NoteList makeNotes(int count)
-{
-    NoteList notes;
-    for (int i = 0; i < count; ++i)
-        notes.push_back({.id = QUuid::createUuid(),
-                         .body = QStringLiteral("Note %1: the quick brown fox jumps over the lazy "
-                                                "dog, and packs my box with five dozen jugs. ")
-                                     .arg(i)
-                                     .repeated(4),
-                         .lastEditedAt = Platform::Instant(std::chrono::seconds(i * 7919 % count)),
-                         .isPinned = i % 5 == 0});
-    return notes;
-}
 
 double megabytesInUse()
 {
@@ -52,45 +36,35 @@ double megabytesInUse()
     return static_cast<double>(info.uordblks + info.hblkhd) / (1024.0 * 1024.0);
 }
 
-double median(std::vector<double> values)
-{
-    std::nth_element(values.begin(), values.begin() + values.size() / 2, values.end());
-    return values[values.size() / 2];
-}
-
-double milliseconds(const QElapsedTimer &timer)
-{
-    return static_cast<double>(timer.nsecsElapsed()) / 1e6;
-}
-
 Cost measure(int count)
 {
     LightAppearance appearance;
-    const NoteList notes = makeNotes(count);
+    const NoteList notes = Measure::notes(count);
     QImage screen(gridSize, QImage::Format_ARGB32_Premultiplied);
     Cost cost;
     std::vector<double> openings;
+    std::vector<double> scrolls;
     for (int i = 0; i < repetitions; ++i) {
         const double before = megabytesInUse();
         GridContentView grid(appearance, Platform::MainQueue::main());
         grid.resize(gridSize);
         grid.ensurePolished();
-        QElapsedTimer timer;
-        timer.start();
+        const Measure::Stopwatch opening;
         grid.reload(notes, notes.front().id);
         grid.render(&screen);
-        openings.push_back(milliseconds(timer));
+        openings.push_back(opening.milliseconds());
         cost.megabytes = megabytesInUse() - before;
 
-        timer.start();
         for (int step = 0; step < scrollSteps; ++step) {
+            const Measure::Stopwatch scrolling;
             QWheelEvent wheel({}, {}, {}, {0, -120}, {}, {}, Qt::NoScrollPhase, false);
             QApplication::sendEvent(&grid, &wheel);
             grid.render(&screen);
+            scrolls.push_back(scrolling.milliseconds());
         }
-        cost.scrollMilliseconds = milliseconds(timer) / scrollSteps;
     }
-    cost.openMilliseconds = median(openings);
+    cost.open = Measure::median(openings);
+    cost.scroll = Measure::median(scrolls);
     return cost;
 }
 
@@ -98,16 +72,23 @@ Cost measure(int count)
 
 int main(int argc, char *argv[])
 {
-    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
-        qputenv("QT_QPA_PLATFORM", "offscreen");
+    qputenv("QT_QPA_PLATFORM", "offscreen");
     QApplication application(argc, argv);
     (void)measure(1); // fonts and glyphs are loaded once in the life of a program
     const Cost one = measure(1);
-    std::printf("%8s %10s %8s %12s %8s\n", "notes", "open ms", "ratio", "scroll ms", "MB more");
-    for (const int count : {1, 12, 1'000, 10'000}) {
-        const Cost cost = measure(count);
-        std::printf("%8d %10.2f %8.1f %12.2f %8.1f\n", count, cost.openMilliseconds,
-                    cost.openMilliseconds / one.openMilliseconds, cost.scrollMilliseconds,
-                    cost.megabytes - one.megabytes);
-    }
+    const auto report = [&](const char *count, const Cost &cost, double limit) {
+        const auto grid = std::string("grid of ") + count + " notes: ";
+        Measure::print(
+            {.what = grid + "shown", .value = cost.open, .limit = limit, .reference = one.open});
+        Measure::print({.what = grid + "one scroll step",
+                        .value = cost.scroll,
+                        .limit = twoFrames,
+                        .reference = one.scroll});
+        Measure::print({.what = grid + "memory above one note",
+                        .value = cost.megabytes - one.megabytes,
+                        .unit = "MB",
+                        .limit = 60.0});
+    };
+    report("1,000", measure(1'000), twoFrames);
+    report("10,000", measure(10'000), 150.0);
 }
