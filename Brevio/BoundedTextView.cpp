@@ -1,10 +1,8 @@
 #include "Brevio/BoundedTextView.h"
 
 #include "Brevio/TextMeasure.h"
-#include "Platform/Screen/Fonts.h"
 #include "Platform/Screen/Symbols.h"
 
-#include <QAbstractTextDocumentLayout>
 #include <QGuiApplication>
 #include <QInputMethod>
 #include <QInputMethodEvent>
@@ -12,9 +10,6 @@
 #include <QPainter>
 #include <QScopedValueRollback>
 #include <QScrollBar>
-#include <QStyleHints>
-#include <QTextBlock>
-#include <QTextLayout>
 
 #include <algorithm>
 #include <cmath>
@@ -24,9 +19,6 @@ namespace Brevio {
 namespace {
 
 constexpr double microphonePoints = 18.0;
-constexpr double caretWidth = 1.5;
-/// How much of the line's height the caret leaves free, above and below.
-constexpr double caretInset = 2.0;
 /// A pasted text longer than this is first tried by its beginning.
 constexpr qsizetype longPaste = 8192;
 
@@ -82,9 +74,7 @@ BoundedTextView::BoundedTextView(Platform::Appearance &appearance, QWidget *pare
     setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     viewport()->setAutoFillBackground(false);
-    // The base class draws its caret in inverted colours and as tall as a neighbouring glyph of
-    // another font; ours is in the ink, and even.
-    setCursorWidth(0);
+    setCursorWidth(0); // the marks have the caret
 
     // With nothing to scroll to, no wheel, key, drag or caret can scroll.
     for (QScrollBar *bar : {verticalScrollBar(), horizontalScrollBar()}) {
@@ -94,20 +84,20 @@ BoundedTextView::BoundedTextView(Platform::Appearance &appearance, QWidget *pare
         });
     }
     connect(document(), &QTextDocument::contentsChanged, this, &BoundedTextView::noticeEdit);
-    connect(this, &QTextEdit::cursorPositionChanged, this, [this] {
-        rememberSelection();
-        restartBlinking();
-    });
-    connect(this, &QTextEdit::selectionChanged, this, [this] {
-        rememberSelection();
-        // The bands reach further than the rectangles that the base class repaints.
-        viewport()->update();
-    });
+    connect(this, &QTextEdit::cursorPositionChanged, this, &BoundedTextView::rememberSelection);
+    connect(this, &QTextEdit::selectionChanged, this, &BoundedTextView::rememberSelection);
     connect(&appearance, &Platform::Appearance::changed, this, &BoundedTextView::updateCursor);
     setText({});
 }
 
 QString BoundedTextView::text() const
+{
+    const QString shown = shownText();
+    return shown == m_givenShown ? m_given : shown;
+}
+
+/// As the document holds it, position for position.
+QString BoundedTextView::shownText() const
 {
     // QTextDocument's plain text would turn every no-break space into a space.
     return withLineFeeds(document()->toRawText());
@@ -124,14 +114,16 @@ void BoundedTextView::setText(const QString &text)
     TextMeasure::applyLayout(*document(), font());
     document()->setUndoRedoEnabled(true);
     moveCursor(QTextCursor::End);
-    m_seenText = this->text();
+    m_seenText = shownText();
+    m_given = text;
+    m_givenShown = m_seenText;
     clipToWholeLines(usedHeight(m_seenText));
     recordValidState();
 }
 
 void BoundedTextView::recordValidState()
 {
-    m_validText = text();
+    m_validText = shownText();
     m_validUndoSteps = document()->availableUndoSteps();
     m_validRevision = document()->revision();
     rememberSelection();
@@ -152,14 +144,13 @@ void BoundedTextView::setDictating(bool dictating)
 
 void BoundedTextView::setColors(const QColor &ink, const QColor &selection)
 {
-    m_selectionColor = selection;
+    m_marks.setColors(ink, selection);
     QPalette colors = palette();
     colors.setColor(QPalette::Text, ink);
     colors.setColor(QPalette::HighlightedText, ink);
     colors.setColor(QPalette::Highlight, Qt::transparent);
     colors.setColor(QPalette::Base, Qt::transparent);
     setPalette(colors);
-    viewport()->update();
 }
 
 void BoundedTextView::setTextFont(const QFont &font)
@@ -176,23 +167,26 @@ void BoundedTextView::keyPressEvent(QKeyEvent *event)
 void BoundedTextView::inputMethodEvent(QInputMethodEvent *event)
 {
     m_isComposing = !event->preeditString().isEmpty();
-    const auto attributes = event->attributes();
-    m_isComposedCaretHidden = std::any_of(attributes.begin(), attributes.end(), [](const auto &a) {
-        return a.type == QInputMethodEvent::Cursor && a.length == 0;
-    });
     const bool commits = !m_isComposing || !event->commitString().isEmpty();
     ++m_eventDepth;
+    // What was composed would stay in sight, in the line where a commit of several lines begins:
+    // the base class looks for it in the one where it ends.
+    QInputMethodEvent nothingComposed;
+    if (event->commitString().contains(u'\n'))
+        QTextEdit::inputMethodEvent(&nothingComposed);
     QTextEdit::inputMethodEvent(event);
     --m_eventDepth;
     if (commits)
         judge();
-    restartBlinking();
     viewport()->update();
 }
 
 void BoundedTextView::dropEvent(QDropEvent *event)
 {
     editDuring([&] { QTextEdit::dropEvent(event); });
+    // Whoever believes that text was moved here deletes it, also when it was refused.
+    if (!event->source())
+        event->setDropAction(Qt::CopyAction);
 }
 
 void BoundedTextView::insertFromMimeData(const QMimeData *source)
@@ -242,12 +236,12 @@ void BoundedTextView::judge()
 {
     if (m_isReplacing)
         return;
-    const QString current = text();
+    const QString current = shownText();
     if (current != m_seenText) {
         m_seenText = current;
         if (textDidChange)
             textDidChange();
-        if (text() != current)
+        if (shownText() != current)
             return;
     }
     if (current == m_validText) {
@@ -283,7 +277,7 @@ void BoundedTextView::rollBack()
             document()->undo();
         } while (document()->availableUndoSteps() > m_validUndoSteps);
         // Typed characters are one step with the ones before them, which were accepted.
-        if (const QString undone = text(); undone != m_validText)
+        if (const QString undone = shownText(); undone != m_validText)
             applyDifference(document(), undone, m_validText);
         document()->clearUndoRedoStacks(QTextDocument::RedoStack);
 
@@ -325,92 +319,13 @@ void BoundedTextView::clipToWholeLines(double height)
 
 void BoundedTextView::paintEvent(QPaintEvent *event)
 {
-    if (textCursor().hasSelection()) {
+    {
         QPainter painter(viewport());
-        painter.setClipRegion(selectionBands());
-        painter.fillRect(viewport()->rect(), m_selectionColor);
+        m_marks.paintSelection(painter);
     }
     QTextEdit::paintEvent(event);
-    if (m_isCaretOn && !textCursor().hasSelection()) {
-        QPainter painter(viewport());
-        painter.fillRect(caretRect(), palette().color(QPalette::Text));
-    }
-}
-
-/// One even band a selected line, to the right edge where the selection goes on to the next line.
-QRegion BoundedTextView::selectionBands() const
-{
-    const QTextCursor cursor = textCursor();
-    const int height = static_cast<int>(TextMeasure::lineHeight(font()));
-    const int rightEdge = width() - static_cast<int>(TextMeasure::lineFragmentPadding);
-    const double left = TextMeasure::lineFragmentPadding;
-    QRegion bands;
-    int top = 0;
-    for (QTextBlock block = document()->begin(); block.isValid(); block = block.next()) {
-        const int from = std::max(cursor.selectionStart() - block.position(), 0);
-        const int to = cursor.selectionEnd() - block.position();
-        const QTextLayout *layout = block.layout();
-        for (int i = 0; i < layout->lineCount(); ++i, top += height) {
-            const QTextLine line = layout->lineAt(i);
-            const int lineEnd = line.textStart() + line.textLength();
-            // Piece by piece, because a run of Hebrew may stand mirrored in the middle.
-            for (int c = std::max(from, line.textStart()); c < std::min(to, lineEnd); ++c) {
-                const double x1 = line.cursorToX(c, QTextLine::Leading);
-                const double x2 = line.cursorToX(c, QTextLine::Trailing);
-                const int x = static_cast<int>(std::round(left + std::min(x1, x2)));
-                const int end = static_cast<int>(std::round(left + std::max(x1, x2)));
-                bands += QRect(x, top, end - x, height);
-            }
-            if (from <= lineEnd && to > lineEnd) {
-                const int x = static_cast<int>(std::round(left + line.cursorToX(lineEnd)));
-                bands += QRect(x, top, std::max(rightEdge - x, 0), height);
-            }
-        }
-    }
-    return bands;
-}
-
-QRectF BoundedTextView::caretRect() const
-{
-    // The base class knows where in a composed text the caret stands.
-    const QRect base = cursorRect();
-    const double line = TextMeasure::lineHeight(font());
-    const double top = std::floor(base.center().y() / line) * line;
-    return {static_cast<double>(base.x()), top + caretInset, caretWidth, line - caretInset};
-}
-
-void BoundedTextView::restartBlinking()
-{
-    const bool shown = hasFocus() && !(m_isComposing && m_isComposedCaretHidden);
-    m_isCaretOn = shown;
-    const int flashTime = QGuiApplication::styleHints()->cursorFlashTime();
-    if (shown && flashTime > 1)
-        m_blinkTimer.start(flashTime / 2, this);
-    else
-        m_blinkTimer.stop();
-    viewport()->update();
-}
-
-void BoundedTextView::focusInEvent(QFocusEvent *event)
-{
-    QTextEdit::focusInEvent(event);
-    restartBlinking();
-}
-
-void BoundedTextView::focusOutEvent(QFocusEvent *event)
-{
-    QTextEdit::focusOutEvent(event);
-    restartBlinking();
-}
-
-void BoundedTextView::timerEvent(QTimerEvent *event)
-{
-    if (event->timerId() != m_blinkTimer.timerId()) {
-        QTextEdit::timerEvent(event);
-        return;
-    }
-    m_isCaretOn = !m_isCaretOn;
-    viewport()->update(caretRect().toAlignedRect());
+    QPainter painter(viewport());
+    m_marks.paintCaret(painter);
 }
 
 void BoundedTextView::updateCursor()

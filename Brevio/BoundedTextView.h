@@ -1,8 +1,8 @@
 #pragma once
 
+#include "Brevio/TextMarks.h"
 #include "Platform/Screen/Appearance.h"
 
-#include <QBasicTimer>
 #include <QTextEdit>
 
 #include <functional>
@@ -25,7 +25,8 @@ public:
     explicit BoundedTextView(Platform::Appearance &appearance, QWidget *parent = nullptr);
 
     /// What is written, lines separated by single line feeds, every other character as it was
-    /// typed. Text that is still being composed is not part of it.
+    /// typed; a text that was set and not edited since is given back to the letter. Text that is
+    /// still being composed is not part of it.
     [[nodiscard]] QString text() const;
     /// Replaces the text, whatever its height, and puts the insertion point at its end, where a
     /// note is continued. Nothing can be undone afterwards: the text before may be another note's.
@@ -61,32 +62,26 @@ protected:
     void insertFromMimeData(const QMimeData *source) override;
     QMimeData *createMimeDataFromSelection() const override;
     void paintEvent(QPaintEvent *event) override;
-    void focusInEvent(QFocusEvent *event) override;
-    void focusOutEvent(QFocusEvent *event) override;
-    void timerEvent(QTimerEvent *event) override;
 
 private:
+    [[nodiscard]] QString shownText() const;
     void editDuring(const std::function<void()> &handleEvent);
     void noticeEdit();
     void judge();
     void rollBack();
     void rememberSelection();
     void clipToWholeLines(double height);
-    void restartBlinking();
     void updateCursor();
-    [[nodiscard]] QRegion selectionBands() const;
-    [[nodiscard]] QRectF caretRect() const;
 
     Platform::Appearance &m_appearance;
-    QColor m_selectionColor;
-    QBasicTimer m_blinkTimer;
-    bool m_isCaretOn = false;
-    bool m_isComposedCaretHidden = false;
+    TextMarks m_marks{*this};
     bool m_isComposing = false;
     bool m_isDictating = false;
 
-    QString m_seenText;  ///< what textDidChange was last called for
-    QString m_validText; ///< what a refused edit returns to, with the three below
+    QString m_given;      ///< what setText() was called with
+    QString m_givenShown; ///< and what it looked like then
+    QString m_seenText;   ///< what textDidChange was last called for
+    QString m_validText;  ///< what a refused edit returns to, with the three below
     int m_validAnchor = 0;
     int m_validPosition = 0;
     int m_validUndoSteps = 0;

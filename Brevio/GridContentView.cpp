@@ -207,12 +207,15 @@ void GridContentView::mousePressEvent(QMouseEvent *event)
     const auto tile = tileAt(event->position());
     if (event->button() == Qt::LeftButton && tile)
         openTile(*tile);
+    else
+        event->ignore(); // the panel is dragged by the room between the tiles
 }
 
 void GridContentView::mouseMoveEvent(QMouseEvent *event)
 {
     const bool isOverPlus = tileAt(event->position()) == static_cast<int>(thumbs().size());
     setCursor(isOverPlus ? Qt::PointingHandCursor : Qt::ArrowCursor);
+    event->ignore(); // perhaps it drags
 }
 
 void GridContentView::openTile(int tile)

@@ -60,23 +60,18 @@ public:
 protected:
     void paintEvent(QPaintEvent *) override
     {
-        // A window that cannot be seen through would show black where a corner was cut.
-        const QPainterPath shape =
-            window()->testAttribute(Qt::WA_TranslucentBackground) ? outline(rect()) : wholeSheet();
         QPainter painter(this);
         painter.setRenderHint(QPainter::Antialiasing);
         if (m_isMixing) {
-            painter.setCompositionMode(QPainter::CompositionMode_Clear);
-            painter.fillRect(rect(), Qt::black);
-            painter.setCompositionMode(QPainter::CompositionMode_SourceOver);
-            const QImage picture = mixedFaces();
-            QBrush brush(picture);
-            brush.setTransform(QTransform::fromScale(1.0 / picture.devicePixelRatio(),
-                                                     1.0 / picture.devicePixelRatio()));
-            painter.fillPath(shape, brush);
-        } else {
+            painter.setCompositionMode(QPainter::CompositionMode_Source);
+            painter.drawImage(0, 0, mixedFaces());
+        }
+        // A window that cannot be seen through would show black where a corner was cut.
+        if (window()->testAttribute(Qt::WA_TranslucentBackground)) {
+            QPainterPath corners;
+            corners.addRect(rect());
             painter.setCompositionMode(QPainter::CompositionMode_DestinationOut);
-            painter.fillPath(wholeSheet().subtracted(shape), Qt::black);
+            painter.fillPath(corners.subtracted(outline(rect())), Qt::black);
         }
         painter.setCompositionMode(QPainter::CompositionMode_SourceAtop);
         QPen pen(CardContentView::cardInk().resolved(m_root->m_appearance.scheme(), hairlineAlpha));
@@ -86,13 +81,6 @@ protected:
     }
 
 private:
-    [[nodiscard]] QPainterPath wholeSheet() const
-    {
-        QPainterPath path;
-        path.addRect(rect());
-        return path;
-    }
-
     [[nodiscard]] QImage transparentImage() const
     {
         QImage image(size() * devicePixelRatioF(), QImage::Format_ARGB32_Premultiplied);
@@ -101,8 +89,8 @@ private:
         return image;
     }
 
-    /// The sheet without its corners. The faces are added up before they go onto the paper: laid
-    /// over one another, two half transparent ones would let the paper through what both show.
+    /// The sheet as if it had no corners. The faces are added up before they go onto the paper:
+    /// laid over one another, two half transparent ones would let the paper through what both show.
     [[nodiscard]] QImage mixedFaces() const
     {
         double total = 0.0;
@@ -142,7 +130,7 @@ RootContainer::RootContainer(CardContentView *card, QWidget *grid, ToastView *to
                              Platform::Appearance &appearance, QWidget *parent)
     : QWidget(parent)
     , m_appearance(appearance)
-    , m_faces{{{grid, 0.0, false, {}}, {card, 1.0, false, {}}, {toast, 0.0, false, {}}}}
+    , m_faces{{{grid, 0.0, false}, {card, 1.0, false}, {toast, 0.0, false}}}
     , m_veil(new Veil(this))
 {
     for (const FaceState &face : m_faces) {
@@ -188,20 +176,8 @@ void RootContainer::setAlpha(Face face, double alpha)
 
 void RootContainer::setHidden(Face face, bool hidden)
 {
-    FaceState &changed = state(face);
-    if (changed.isHidden == hidden)
-        return;
-    changed.isHidden = hidden;
-    if (hidden) {
-        QWidget *focused = window()->focusWidget();
-        changed.focusBefore = focused && changed.widget->isAncestorOf(focused) ? focused : nullptr;
-        // Hiding would hand the keyboard to whatever comes next, a tile for example.
-        if (changed.focusBefore)
-            focused->clearFocus();
-    }
+    state(face).isHidden = hidden;
     updateFaces();
-    if (!hidden && changed.focusBefore && !window()->focusWidget())
-        changed.focusBefore->setFocus();
 }
 
 void RootContainer::updateFaces()

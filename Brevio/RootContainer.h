@@ -3,7 +3,6 @@
 #include "Platform/Screen/Appearance.h"
 
 #include <QPainterPath>
-#include <QPointer>
 #include <QWidget>
 
 #include <array>
@@ -36,8 +35,6 @@ public:
     [[nodiscard]] double alpha(Face face) const { return state(face).alpha; }
     void setAlpha(Face face, double alpha);
 
-    /// A face that had the keyboard when it was hidden gets it back when it is shown, unless
-    /// another widget has it by then.
     [[nodiscard]] bool isHidden(Face face) const { return state(face).isHidden; }
     void setHidden(Face face, bool hidden);
 
@@ -52,7 +49,6 @@ private:
         QWidget *widget = nullptr;
         double alpha = 1.0;
         bool isHidden = false;
-        QPointer<QWidget> focusBefore;
     };
 
     [[nodiscard]] const FaceState &state(Face face) const

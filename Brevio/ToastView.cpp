@@ -3,6 +3,9 @@
 #include "Brevio/CardContentView.h"
 #include "Platform/Screen/Fonts.h"
 
+#include <QAccessible>
+#include <QAccessibleWidget>
+
 namespace Brevio {
 
 namespace {
@@ -11,12 +14,20 @@ constexpr double messagePoints = 22.0;
 constexpr double fallbackPoints = 20.0;
 constexpr double inkAlpha = 0.6;
 
+/// A label would be passed over; a notification that comes up is read out.
+QAccessibleInterface *makeInterface(const QString &, QObject *object)
+{
+    auto *toast = qobject_cast<ToastView *>(object);
+    return toast ? new QAccessibleWidget(toast, QAccessible::Notification) : nullptr;
+}
+
 } // namespace
 
 ToastView::ToastView(Platform::Appearance &appearance, QWidget *parent)
     : QLabel(parent)
     , m_appearance(appearance)
 {
+    QAccessible::installFactory(makeInterface);
     setTextFormat(Qt::PlainText);
     setAlignment(Qt::AlignCenter);
     setAttribute(Qt::WA_TransparentForMouseEvents);
@@ -29,6 +40,7 @@ ToastView::ToastView(Platform::Appearance &appearance, QWidget *parent)
 void ToastView::setMessage(const QString &message)
 {
     setText(message);
+    setAccessibleName(message);
 }
 
 void ToastView::applyColors()

@@ -16,6 +16,7 @@ public:
     /// The appearance must outlive the view.
     explicit ToastView(Platform::Appearance &appearance, QWidget *parent = nullptr);
 
+    /// Screen readers announce it, without interrupting, when it shows.
     void setMessage(const QString &message);
 
 private:
