@@ -5,6 +5,7 @@
 #include "Brevio/Settings.h"
 #include "KeyboardShortcuts/KeyboardShortcuts.h"
 #include "Platform/Core/NotificationCenter.h"
+#include "Platform/Core/TerminationSignals.h"
 #include "Platform/Keyboard/HotKeys.h"
 #include "Platform/Keyboard/KeyboardLayout.h"
 #include "Platform/Keyboard/MenuTracking.h"
@@ -85,6 +86,7 @@ int BrevioMain::run(int argc, char *argv[])
     QApplication application(argc, argv);
     // Its windows come and go; the program lives in the background.
     QApplication::setQuitOnLastWindowClosed(false);
+    const Platform::TerminationSignals terminationSignals;
 
     MainQueue::main().post([] { delegate().applicationDidFinishLaunching(); });
     (void)delegate();

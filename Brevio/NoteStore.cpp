@@ -63,6 +63,12 @@ NoteStore::NoteStore(Environment environment)
     m_saveSubscription = m_notes.onChange([this](const NoteList &) { scheduleSave(); });
 }
 
+NoteStore::~NoteStore()
+{
+    if (m_pendingSave)
+        save();
+}
+
 void NoteStore::resolveLocation()
 {
     // A folder that cannot be made shows when the file is written.

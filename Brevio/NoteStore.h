@@ -31,6 +31,8 @@ public:
     using Identifier = QUuid;
 
     explicit NoteStore(Environment environment = Environment::standard());
+    /// Writes at once what still waits to be written.
+    ~NoteStore();
     NoteStore(const NoteStore &) = delete;
     NoteStore &operator=(const NoteStore &) = delete;
 
