@@ -31,6 +31,11 @@ const QHash<QByteArray, const char *> modifierKeys = {{"ctrl", "Control_L"},
                                                       {"super", "Super_L"},
                                                       {"AltGr", "ISO_Level3_Shift"}};
 
+const QHash<QByteArray, std::uint16_t> modifierMasks = {{"ctrl", XCB_MOD_MASK_CONTROL},
+                                                        {"shift", XCB_MOD_MASK_SHIFT},
+                                                        {"alt", XCB_MOD_MASK_1},
+                                                        {"super", XCB_MOD_MASK_4}};
+
 } // namespace
 
 struct Seat::Connection
@@ -130,6 +135,26 @@ bool Seat::type(const QString &text)
             fake(XCB_KEY_RELEASE, shift);
     }
     return true;
+}
+
+bool Seat::isTaken(const char *chord) const
+{
+    auto *c = m_connection->raw;
+    const auto keys = keysOf(chord);
+    std::uint16_t mask = 0;
+    for (const auto &part : QByteArray(chord).split('+'))
+        mask |= modifierMasks.value(part);
+    if (keys.empty())
+        return false;
+    xcb_grab_server(c);
+    const std::unique_ptr<xcb_generic_error_t, FreeReply> error(
+        xcb_request_check(c, xcb_grab_key_checked(c, 0, m_root, mask, keys.back(),
+                                                  XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC)));
+    if (!error)
+        xcb_ungrab_key(c, keys.back(), m_root, mask);
+    xcb_ungrab_server(c);
+    xcb_flush(c);
+    return error != nullptr;
 }
 
 void Seat::fake(std::uint8_t type, std::uint8_t detail, QPoint position)

@@ -31,6 +31,8 @@ public:
     bool keyUp(const char *chord);
     /// Types characters that the keyboard has plain or with Shift; '\n' is Return.
     bool type(const QString &text);
+    /// Whether a program keeps the chord for itself. Nothing else happens on the server meanwhile.
+    [[nodiscard]] bool isTaken(const char *chord) const;
 
     // Mouse. Buttons: 1 left, 2 middle, 3 right, 4 and 5 the wheel.
     void moveMouse(QPoint position);

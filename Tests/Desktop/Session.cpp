@@ -1,0 +1,112 @@
+#include "Tests/Desktop/Session.h"
+
+#include <QDateTime>
+#include <QFile>
+#include <QJsonDocument>
+#include <QUuid>
+
+namespace {
+
+constexpr const char *shortcut = "ctrl+shift+space";
+const auto cardTitle = QStringLiteral("Brevio");
+const QColor tileInLight(251, 246, 230);
+constexpr QPoint inFirstTile(20, 85); // and left of the card's text
+
+} // namespace
+
+Session::Session(const DesktopOptions &options, const Prepare &prepare)
+    : desktop(options)
+    , seat(desktop.seat())
+{
+    if (!desktop.problem().isEmpty())
+        return;
+    prepare(desktop);
+    victim = desktop.startVictim();
+    victimWindow = desktop.waitForWindow(QStringLiteral("Victim"));
+    if (options.windowManager == WindowManager::None)
+        seat.click(seat.geometry(victimWindow).center());
+    startBrevio();
+}
+
+bool Session::isReady()
+{
+    return desktop.problem().isEmpty() && shortcutIsInForce();
+}
+
+void Session::startBrevio()
+{
+    brevio = desktop.startBrevio();
+}
+
+bool Session::shortcutIsInForce()
+{
+    return waitUntil([this] { return seat.isTaken(shortcut); });
+}
+
+bool Session::summon()
+{
+    return seat.press(shortcut) && cardIsUp();
+}
+
+bool Session::cardIsUp()
+{
+    return desktop.waitForFocus(desktop.waitForWindow(cardTitle));
+}
+
+bool Session::cardIsGone()
+{
+    return waitUntil([this] { return seat.find(cardTitle) == 0; }) &&
+           desktop.waitForFocus(victimWindow);
+}
+
+bool Session::openGrid()
+{
+    seat.click(on(gridButtonCenter));
+    return waitUntil([this] { return seat.pixel(on(inFirstTile)) == tileInLight; });
+}
+
+bool Session::cardShows()
+{
+    return waitUntil([this] { return seat.pixel(on(inFirstTile)) == creamInLight; });
+}
+
+bool Session::sheetIs(const QColor &color)
+{
+    return waitUntil([&] { return seat.pixel(on({6, 140})) == color; });
+}
+
+QPoint Session::on(QPoint point)
+{
+    return seat.geometry(seat.find(cardTitle)).topLeft() + point;
+}
+
+bool Session::storeHolds(const QStringList &bodies)
+{
+    return waitUntil([&] { return desktop.noteBodies() == bodies; });
+}
+
+bool Session::victimReads(const QByteArray &text)
+{
+    return waitUntil([&] { return victim->output() == text; });
+}
+
+QByteArray Session::storeOf(const QStringList &bodies)
+{
+    QJsonArray notes;
+    const auto now = QDateTime::currentDateTimeUtc();
+    for (const auto &body : bodies) {
+        const QString time = now.addSecs(-1 - notes.size()).toString(Qt::ISODate);
+        notes.append(
+            QJsonObject{{QStringLiteral("body"), body},
+                        {QStringLiteral("createdAt"), time},
+                        {QStringLiteral("id"), QUuid::createUuid().toString(QUuid::WithoutBraces)},
+                        {QStringLiteral("isPinned"), false},
+                        {QStringLiteral("lastEditedAt"), time}});
+    }
+    return QJsonDocument(QJsonObject{{QStringLiteral("notes"), notes}}).toJson();
+}
+
+void Session::leaveEmptyStore(Desktop &desktop)
+{
+    desktop.write(desktop.notesPath(), "{}");
+}
