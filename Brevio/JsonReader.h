@@ -9,9 +9,11 @@ namespace Brevio {
 
 /// Reads a JSON text from front to back, strictly, without building a tree of it. Qt's own reader
 /// takes bare line breaks in strings, unknown escapes and numbers such as "1." for JSON, and what
-/// it misread would be written back over the user's file; it also takes three times as long. The
-/// caller asks for the value it expects. An answer of false (or none) means that something else stood there; the
-/// reading is then over. Of members that occur twice the caller sees both, in order.
+/// it misread would be written back over the user's file; it also takes three times as long.
+///
+/// The caller asks for the value it expects. An answer of false (or none) means that something
+/// else stood there; the reading is then over. Of members that occur twice the caller sees both,
+/// in order.
 class JsonReader final
 {
 public:

@@ -133,16 +133,6 @@ private Q_SLOTS:
         }
     }
 
-    void aFolderInTheFilesPlaceIsLeftAlone()
-    {
-        QVERIFY(QDir().mkpath(m_localFile + u"/inside"_s));
-        const auto store = makeStore();
-        QVERIFY(!store->pendingWelcomeID());
-        store->newNote();
-        m_queue.advance(1s);
-        QVERIFY(QFileInfo(m_localFile + u"/inside"_s).isDir());
-    }
-
     void aBurstOfEditsIsWrittenOnceAfterItsLast()
     {
         putFile({});
@@ -229,27 +219,20 @@ private Q_SLOTS:
         QCOMPARE(file().tombstones, (TombstoneList{{id, m_clock.now()}, {unknown, m_clock.now()}}));
     }
 
-    void notesExpireSevenDaysAfterTheyWereCreated_data()
+    void notesExpireSevenDaysAfterTheyWereCreatedUnlessPinned()
     {
-        QTest::addColumn<int>("age"); // seconds beyond seven days
-        QTest::addColumn<bool>("isPinned");
-        QTest::addColumn<bool>("expires");
-        QTest::newRow("a second younger") << -1 << false << false;
-        QTest::newRow("seven days") << 0 << false << false;
-        QTest::newRow("a second older") << 1 << false << true;
-        QTest::newRow("older, pinned") << 1'000'000 << true << false;
-    }
-    void notesExpireSevenDaysAfterTheyWereCreated()
-    {
-        QFETCH(int, age);
-        QFETCH(bool, isPinned);
-        QFETCH(bool, expires);
-        const Instant created = m_clock.now() - 24h * 7 - seconds(age);
-        const Note old{QUuid::createUuid(), text, created, m_clock.now() - 1min, isPinned};
-        putFile({old, noteAt(m_clock.now() - 1h)});
-        QCOMPARE(makeStore()->note(old.id).has_value(), !expires);
-        QCOMPARE(file().notes.size(), expires ? 1U : 2U);
-        QVERIFY(file().tombstones.empty());
+        for (const auto beyond : {-1s, 0s, 1s}) {
+            const Instant created = m_clock.now() - 24h * 7 - beyond;
+            const Instant edited = m_clock.now() - 1min;
+            const Note plain{QUuid::createUuid(), text, created, edited, false};
+            const Note pinned{QUuid::createUuid(), text, created, edited, true};
+            putFile({plain, pinned});
+            const auto store = makeStore();
+            QCOMPARE(store->note(plain.id).has_value(), beyond <= 0s);
+            QVERIFY(store->note(pinned.id));
+            QCOMPARE(file().notes.size(), store->notes().size());
+            QVERIFY(file().tombstones.empty());
+        }
     }
 
     void expiryNeverEmptiesAFileThatHoldsNotes()
