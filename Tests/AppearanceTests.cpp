@@ -102,7 +102,6 @@ private Q_SLOTS:
         QCOMPARE(changes.count(), 2);
 
         setPaletteDark(true);
-        QCoreApplication::processEvents();
         QCOMPARE(appearance->scheme(), ColorScheme::Light);
         report("color-scheme", 0);
         QTRY_COMPARE(appearance->scheme(), ColorScheme::Dark);

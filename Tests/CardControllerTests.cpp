@@ -121,409 +121,389 @@ class CardControllerTests : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void newCardEndsAsTheLastKeySays_data();
-    void newCardEndsAsTheLastKeySays();
-    void openedNoteEndsAsTheLastKeySays_data();
-    void openedNoteEndsAsTheLastKeySays();
-    void refusedEditShakesAndLeavesTheStoreWithWhatTheCardShows();
-    void otherKeysBelongToTheEditor();
-    void pendingWelcomeNoteIsOfferedOnce();
-    void summoningACardWithoutTheKeyboardOnlyFocusesIt();
-    void toastComesAndGoesWithTheCard();
-    void cardSummonedDuringTheToastStays();
-    void pinMarkFollowsTheActiveNote();
-    void noteThatVanishedUnderTheCardIsNotBroughtBack();
-    void savedOriginFollowsTheUsersDrag();
-    void gridReturnsToTheNoteTheUserChose();
-    void everyWayOutOfTheGridEndsOnTheCard_data();
-    void everyWayOutOfTheGridEndsOnTheCard();
-    void rapidTogglesEndOnTheRightFace();
-    void gridForgetsExpiredNotesAndShowsPinsAtOnce();
-};
-
-void CardControllerTests::newCardEndsAsTheLastKeySays_data()
-{
-    QTest::addColumn<QString>("typed");
-    QTest::addColumn<int>("erased");
-    QTest::addColumn<bool>("kept");
-    QTest::addColumn<QStringList>("bodies");
-    QTest::addColumn<int>("tombstones");
-    QTest::addColumn<QString>("toast");
-    const auto none = QString();
-    QTest::newRow("space around it stays")
-        << "  word \t" << 0 << true << QStringList{u"  word \t"_qs} << 0 << "Note saved";
-    QTest::newRow("blank kept") << "   " << 0 << true << QStringList() << 0 << none;
-    QTest::newRow("typed and erased, kept") << "x" << 1 << true << QStringList() << 1 << none;
-    QTest::newRow("word discarded")
-        << "word" << 0 << false << QStringList() << 1 << "Note discarded";
-    QTest::newRow("untouched, discarded") << "" << 0 << false << QStringList() << 0 << none;
-    QTest::newRow("untouched, kept") << "" << 0 << true << QStringList() << 0 << none;
-}
-
-void CardControllerTests::newCardEndsAsTheLastKeySays()
-{
-    QFETCH(QString, typed);
-    QFETCH(int, erased);
-    QFETCH(bool, kept);
-    Card card;
-    card.summon();
-    card.type(typed);
-    // In the store at once; blank text makes no record.
-    QCOMPARE(card.bodies(), typed.trimmed().isEmpty() ? QStringList() : QStringList{typed});
-    for (int i = 0; i < erased; ++i)
-        card.press(Qt::Key_Backspace);
-    kept ? card.keep() : card.discard();
-
-    QTEST(card.toast(), "toast");
-    QCOMPARE(card.isShown(), !card.toast().isEmpty());
-    QVERIFY(!card.controller.activeNoteID());
-    QCOMPARE(card.text().text(), QString());
-    QTEST(card.bodies(), "bodies");
-    QTEST(card.tombstones(), "tombstones");
-    QVERIFY(!card.isShown());
-}
-
-void CardControllerTests::openedNoteEndsAsTheLastKeySays_data()
-{
-    QTest::addColumn<QString>("typed");
-    QTest::addColumn<int>("erased");
-    QTest::addColumn<bool>("kept");
-    QTest::addColumn<QString>("body"); // empty: the note is gone
-    QTest::addColumn<bool>("newTime");
-    QTest::addColumn<QString>("toast");
-    const auto none = QString();
-    QTest::newRow("unchanged, kept") << "" << 0 << true << "tea" << false << "Note saved";
-    QTest::newRow("appended, kept") << "m" << 0 << true << "team" << true << "Note saved";
-    QTest::newRow("emptied, kept") << "" << 3 << true << "" << false << none;
-    QTest::newRow("unchanged, discarded") << "" << 0 << false << "tea" << false << none;
-    QTest::newRow("appended, discarded")
-        << "m" << 0 << false << "tea" << false << "Changes discarded";
-    QTest::newRow("emptied, discarded")
-        << "" << 3 << false << "tea" << false << "Changes discarded";
-    QTest::newRow("changed and back, discarded") << "m" << 1 << false << "tea" << true << none;
-}
-
-void CardControllerTests::openedNoteEndsAsTheLastKeySays()
-{
-    QFETCH(QString, typed);
-    QFETCH(int, erased);
-    QFETCH(bool, kept);
-    QFETCH(QString, body);
-    QFETCH(bool, newTime);
-    Card card;
-    const QUuid id = card.openExisting(QStringLiteral("tea"));
-    const Note before = *card.store.note(id);
-    QCOMPARE(card.text().text(), QStringLiteral("tea"));
-
-    card.type(typed);
-    for (int i = 0; i < erased; ++i)
-        card.press(Qt::Key_Backspace);
-    kept ? card.summon() : card.discard();
-
-    QTEST(card.toast(), "toast");
-    const auto after = card.store.note(id);
-    QCOMPARE(after.has_value(), !body.isEmpty());
-    if (after) {
-        QCOMPARE(after->body, body);
-        QCOMPARE(after->createdAt, before.createdAt);
-        QCOMPARE(after->lastEditedAt > before.lastEditedAt, newTime);
+    void newCardEndsAsTheLastKeySays_data()
+    {
+        QTest::addColumn<QString>("typed");
+        QTest::addColumn<int>("erased");
+        QTest::addColumn<bool>("kept");
+        QTest::addColumn<QStringList>("bodies");
+        QTest::addColumn<int>("tombstones");
+        QTest::addColumn<QString>("toast");
+        const auto none = QString();
+        QTest::newRow("space around it stays")
+            << "  word \t" << 0 << true << QStringList{u"  word \t"_qs} << 0 << "Note saved";
+        QTest::newRow("blank kept") << "   " << 0 << true << QStringList() << 0 << none;
+        QTest::newRow("typed and erased, kept") << "x" << 1 << true << QStringList() << 1 << none;
+        QTest::newRow("word discarded")
+            << "word" << 0 << false << QStringList() << 1 << "Note discarded";
+        QTest::newRow("untouched, discarded") << "" << 0 << false << QStringList() << 0 << none;
     }
-    QCOMPARE(card.tombstones(), body.isEmpty() ? 1 : 0);
-}
 
-void CardControllerTests::refusedEditShakesAndLeavesTheStoreWithWhatTheCardShows()
-{
-    Card card;
-    card.summon();
-    card.type(QStringLiteral("a"));
-    for (int i = 0; i < 40; ++i)
-        card.press(Qt::Key_Return);
-    const QString shown = card.text().text();
-    QVERIFY(shown.size() < 40);
-    QCOMPARE(card.bodies(), QStringList{shown});
-    const QPointF rest = card.controller.panel().origin();
-    card.press(Qt::Key_Return);
-    card.wait(50ms);
-    QVERIFY(card.screens.placements.back() != rest);
-    card.wait(longEnough);
-    QCOMPARE(card.screens.placements.back(), rest);
-}
-
-void CardControllerTests::otherKeysBelongToTheEditor()
-{
-    Card card;
-    card.summon();
-    card.type(QStringLiteral("ab"));
-    card.press(Qt::Key_Return);
-    card.press(Qt::Key_Return, Qt::ShiftModifier);
-    card.type(QStringLiteral("cK"));
-    QCOMPARE(card.text().text(), QStringLiteral("ab\n\ncK"));
-    card.press(Qt::Key_Home);
-    card.press(Qt::Key_K, Qt::ControlModifier);
-    QVERIFY2(!card.store.notes().front().isPinned, "Ctrl+K without Shift pins nothing");
-    card.press(Qt::Key_Enter, Qt::ControlModifier | Qt::KeypadModifier);
-    QVERIFY2(card.isShown() && card.controller.activeNoteID(), "the keypad's Enter keeps nothing");
-    card.press(Qt::Key_Return, Qt::ControlModifier | Qt::ShiftModifier);
-    QCOMPARE(card.toast(), QStringLiteral("Note saved"));
-}
-
-void CardControllerTests::pendingWelcomeNoteIsOfferedOnce()
-{
-    Card card;
-    card.store.restoreWelcomeNote();
-    const QUuid welcome = card.store.notes().front().id;
-    card.store.setPendingWelcomeID(welcome);
-    card.controller.showFreshCard();
-    QCOMPARE(card.controller.activeNoteID(), std::optional(welcome));
-    QVERIFY(!card.card().isPinIndicatorHidden());
-    QVERIFY(!card.store.pendingWelcomeID());
-    QVERIFY(QTest::qWaitForWindowActive(&card.controller.panel()));
-    card.discard();
-    QVERIFY2(card.store.note(welcome), "a welcome note put aside unchanged is no new card");
-
-    card.summon();
-    QVERIFY(!card.controller.activeNoteID());
-    QVERIFY(card.card().isPinIndicatorHidden());
-    card.discard();
-
-    card.store.setPendingWelcomeID(QUuid::createUuid());
-    card.summon();
-    QVERIFY(!card.controller.activeNoteID());
-    QVERIFY(!card.store.pendingWelcomeID());
-}
-
-void CardControllerTests::summoningACardWithoutTheKeyboardOnlyFocusesIt()
-{
-    Card card;
-    card.summon();
-    card.type(QStringLiteral("half a thought"));
-    const NoteList before = card.store.notes();
-    QWidget other;
-    other.show();
-    other.activateWindow();
-    QVERIFY(QTest::qWaitForWindowActive(&other));
-    QTest::keyClick(&other, Qt::Key_Escape);
-    QVERIFY2(card.isShown(), "keys of another window are not ours");
-
-    card.summon();
-    QVERIFY(card.controller.panel().isKeyWindow());
-    QVERIFY(card.text().hasFocus());
-    QCOMPARE(card.store.notes(), before);
-    QCOMPARE(card.text().text(), QStringLiteral("half a thought"));
-}
-
-void CardControllerTests::toastComesAndGoesWithTheCard()
-{
-    Card card;
-    card.summon();
-    card.type(QStringLiteral("x"));
-    card.keep();
-    card.wait(140ms);
-    QCOMPARE(card.root().alpha(Face::Card), 0.0);
-    QCOMPARE(card.root().alpha(Face::Toast), 1.0);
-    card.type(QStringLiteral("late"));
-    card.wait(419ms);
-    QCOMPARE(card.controller.panel().alpha(), 1.0);
-    card.wait(101ms);
-    QVERIFY(card.controller.panel().alpha() > 0.0 && card.controller.panel().alpha() < 1.0);
-    QVERIFY(card.isShown());
-    card.wait(101ms);
-    QVERIFY(!card.isShown());
-    QCOMPARE(card.bodies(), (QStringList{u"late"_qs, u"x"_qs}));
-    // Ready for the next showing.
-    QCOMPARE(card.controller.panel().alpha(), 1.0);
-    QCOMPARE(card.root().alpha(Face::Card), 1.0);
-    QCOMPARE(card.root().alpha(Face::Toast), 0.0);
-}
-
-void CardControllerTests::cardSummonedDuringTheToastStays()
-{
-    for (const auto moment : {50ms, 300ms, 650ms}) {
+    void newCardEndsAsTheLastKeySays()
+    {
+        QFETCH(QString, typed);
+        QFETCH(int, erased);
+        QFETCH(bool, kept);
         Card card;
         card.summon();
-        card.type(QStringLiteral("first"));
-        card.keep();
-        card.wait(moment);
-        card.summon(); // the card is key and blank: it goes at once
+        card.type(typed);
+        // In the store at once; blank text makes no record.
+        QCOMPARE(card.bodies(), typed.trimmed().isEmpty() ? QStringList() : QStringList{typed});
+        for (int i = 0; i < erased; ++i)
+            card.press(Qt::Key_Backspace);
+        kept ? card.keep() : card.discard();
+
+        QTEST(card.toast(), "toast");
+        QCOMPARE(card.isShown(), !card.toast().isEmpty());
+        QVERIFY(!card.controller.activeNoteID());
+        QCOMPARE(card.text().text(), QString());
+        QTEST(card.bodies(), "bodies");
+        QTEST(card.tombstones(), "tombstones");
         QVERIFY(!card.isShown());
+    }
+
+    void openedNoteEndsAsTheLastKeySays_data()
+    {
+        QTest::addColumn<QString>("typed");
+        QTest::addColumn<int>("erased");
+        QTest::addColumn<bool>("kept");
+        QTest::addColumn<QString>("body"); // empty: the note is gone
+        QTest::addColumn<bool>("newTime");
+        QTest::addColumn<QString>("toast");
+        const auto none = QString();
+        QTest::newRow("appended, kept") << "m" << 0 << true << "team" << true << "Note saved";
+        QTest::newRow("emptied, kept") << "" << 3 << true << "" << false << none;
+        QTest::newRow("unchanged, discarded") << "" << 0 << false << "tea" << false << none;
+        QTest::newRow("appended, discarded")
+            << "m" << 0 << false << "tea" << false << "Changes discarded";
+        QTest::newRow("emptied, discarded")
+            << "" << 3 << false << "tea" << false << "Changes discarded";
+        QTest::newRow("changed and back, discarded") << "m" << 1 << false << "tea" << true << none;
+    }
+
+    void openedNoteEndsAsTheLastKeySays()
+    {
+        QFETCH(QString, typed);
+        QFETCH(int, erased);
+        QFETCH(bool, kept);
+        QFETCH(QString, body);
+        QFETCH(bool, newTime);
+        Card card;
+        const QUuid id = card.openExisting(QStringLiteral("tea"));
+        const Note before = *card.store.note(id);
+        QCOMPARE(card.text().text(), QStringLiteral("tea"));
+
+        card.type(typed);
+        for (int i = 0; i < erased; ++i)
+            card.press(Qt::Key_Backspace);
+        kept ? card.summon() : card.discard();
+
+        QTEST(card.toast(), "toast");
+        const auto after = card.store.note(id);
+        QCOMPARE(after.has_value(), !body.isEmpty());
+        if (after) {
+            QCOMPARE(after->body, body);
+            QCOMPARE(after->createdAt, before.createdAt);
+            QCOMPARE(after->lastEditedAt > before.lastEditedAt, newTime);
+        }
+        QCOMPARE(card.tombstones(), body.isEmpty() ? 1 : 0);
+    }
+
+    void refusedEditShakesAndLeavesTheStoreWithWhatTheCardShows()
+    {
+        Card card;
         card.summon();
-        card.type(QStringLiteral("second"));
+        card.type(QStringLiteral("a"));
+        for (int i = 0; i < 40; ++i)
+            card.press(Qt::Key_Return);
+        const QString shown = card.text().text();
+        QVERIFY(shown.size() < 40);
+        QCOMPARE(card.bodies(), QStringList{shown});
+        const QPointF rest = card.controller.panel().origin();
+        card.press(Qt::Key_Return);
+        card.wait(50ms);
+        QVERIFY(card.screens.placements.back() != rest);
         card.wait(longEnough);
-        QVERIFY2(card.isShown(), "the first card's fade must not take the second away");
+        QCOMPARE(card.screens.placements.back(), rest);
+    }
+
+    void otherKeysBelongToTheEditor()
+    {
+        Card card;
+        card.summon();
+        card.type(QStringLiteral("ab"));
+        card.press(Qt::Key_Return);
+        card.press(Qt::Key_Return, Qt::ShiftModifier);
+        card.type(QStringLiteral("cK"));
+        QCOMPARE(card.text().text(), QStringLiteral("ab\n\ncK"));
+        card.press(Qt::Key_Home);
+        card.press(Qt::Key_K, Qt::ControlModifier);
+        QVERIFY2(!card.store.notes().front().isPinned, "Ctrl+K without Shift pins nothing");
+        card.press(Qt::Key_Enter, Qt::ControlModifier | Qt::KeypadModifier);
+        QVERIFY2(card.isShown() && card.controller.activeNoteID(),
+                 "the keypad's Enter keeps nothing");
+        card.press(Qt::Key_Return, Qt::ControlModifier | Qt::ShiftModifier);
+        QCOMPARE(card.toast(), QStringLiteral("Note saved"));
+    }
+
+    void pendingWelcomeNoteIsOfferedOnce()
+    {
+        Card card;
+        card.store.restoreWelcomeNote();
+        const QUuid welcome = card.store.notes().front().id;
+        card.store.setPendingWelcomeID(welcome);
+        card.controller.showFreshCard();
+        QCOMPARE(card.controller.activeNoteID(), std::optional(welcome));
+        QVERIFY(!card.card().isPinIndicatorHidden());
+        QVERIFY(!card.store.pendingWelcomeID());
+        QVERIFY(QTest::qWaitForWindowActive(&card.controller.panel()));
+        card.discard();
+        QVERIFY2(card.store.note(welcome), "a welcome note put aside unchanged is no new card");
+
+        card.summon();
+        QVERIFY(!card.controller.activeNoteID());
+        QVERIFY(card.card().isPinIndicatorHidden());
+        card.discard();
+
+        card.store.setPendingWelcomeID(QUuid::createUuid());
+        card.summon();
+        QVERIFY(!card.controller.activeNoteID());
+        QVERIFY(!card.store.pendingWelcomeID());
+    }
+
+    void summoningACardWithoutTheKeyboardOnlyFocusesIt()
+    {
+        Card card;
+        card.summon();
+        card.type(QStringLiteral("half a thought"));
+        const NoteList before = card.store.notes();
+        QWidget other;
+        other.show();
+        other.activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(&other));
+        QTest::keyClick(&other, Qt::Key_Escape);
+        QVERIFY2(card.isShown(), "keys of another window are not ours");
+
+        card.summon();
+        QVERIFY(card.controller.panel().isKeyWindow());
+        QVERIFY(card.text().hasFocus());
+        QCOMPARE(card.store.notes(), before);
+        QCOMPARE(card.text().text(), QStringLiteral("half a thought"));
+    }
+
+    void toastComesAndGoesWithTheCard()
+    {
+        Card card;
+        card.summon();
+        card.type(QStringLiteral("x"));
+        card.keep();
+        card.wait(140ms);
+        QCOMPARE(card.root().alpha(Face::Card), 0.0);
+        QCOMPARE(card.root().alpha(Face::Toast), 1.0);
+        card.type(QStringLiteral("late"));
+        card.wait(419ms);
+        QCOMPARE(card.controller.panel().alpha(), 1.0);
+        card.wait(101ms);
+        QVERIFY(card.controller.panel().alpha() > 0.0 && card.controller.panel().alpha() < 1.0);
+        QVERIFY(card.isShown());
+        card.wait(101ms);
+        QVERIFY(!card.isShown());
+        QCOMPARE(card.bodies(), (QStringList{u"late"_qs, u"x"_qs}));
+        // Ready for the next showing.
         QCOMPARE(card.controller.panel().alpha(), 1.0);
         QCOMPARE(card.root().alpha(Face::Card), 1.0);
         QCOMPARE(card.root().alpha(Face::Toast), 0.0);
-        QCOMPARE(card.bodies(), (QStringList{u"second"_qs, u"first"_qs}));
     }
-}
 
-void CardControllerTests::pinMarkFollowsTheActiveNote()
-{
-    Card card;
-    card.summon();
-    card.pin();
-    QVERIFY2(card.store.notes().empty(), "a blank card has nothing to pin");
-    QVERIFY(card.card().isPinIndicatorHidden());
+    void cardSummonedDuringTheToastStays()
+    {
+        for (const auto moment : {50ms, 300ms, 650ms}) {
+            Card card;
+            card.summon();
+            card.type(QStringLiteral("first"));
+            card.keep();
+            card.wait(moment);
+            card.summon(); // the card is key and blank: it goes at once
+            QVERIFY(!card.isShown());
+            card.summon();
+            card.type(QStringLiteral("second"));
+            card.wait(longEnough);
+            QVERIFY2(card.isShown(), "the first card's fade must not take the second away");
+            QCOMPARE(card.controller.panel().alpha(), 1.0);
+            QCOMPARE(card.root().alpha(Face::Card), 1.0);
+            QCOMPARE(card.root().alpha(Face::Toast), 0.0);
+            QCOMPARE(card.bodies(), (QStringList{u"second"_qs, u"first"_qs}));
+        }
+    }
 
-    card.type(QStringLiteral("x"));
-    const Instant edited = card.store.notes().front().lastEditedAt;
-    card.wait(1s);
-    card.pin();
-    QVERIFY(card.store.notes().front().isPinned);
-    QCOMPARE(card.store.notes().front().lastEditedAt, edited);
-    QVERIFY(!card.card().isPinIndicatorHidden());
-    card.pin();
-    QVERIFY(card.card().isPinIndicatorHidden());
-    QCOMPARE(card.text().text(), QStringLiteral("x"));
-}
-
-void CardControllerTests::noteThatVanishedUnderTheCardIsNotBroughtBack()
-{
-    Card card;
-    const QUuid id = card.openExisting(QStringLiteral("shared"));
-    card.store.deleteNote(id);
-    card.type(QStringLiteral("!"));
-    card.pin();
-    QVERIFY(card.store.notes().empty());
-    QCOMPARE(card.controller.activeNoteID(), std::optional(id));
-    card.keep();
-    QVERIFY(card.store.notes().empty());
-    QVERIFY(!card.controller.activeNoteID());
-}
-
-void CardControllerTests::savedOriginFollowsTheUsersDrag()
-{
-    Card card;
-    card.summon();
-    card.wait(longEnough); // what moves the window just after it was shown is no user
-    card.controller.panel().move(40, 50);
-    const auto saved = card.shortcuts.defaults.object(QStringLiteral("brevio.card.lastOrigin"));
-    QCOMPARE(saved[u"x"].toDouble(), 40.0);
-    QCOMPARE(saved[u"y"].toDouble(), FakeScreens::primaryHeight - 50.0 - 280.0);
-}
-
-void CardControllerTests::gridReturnsToTheNoteTheUserChose()
-{
-    Card card;
-    const QUuid other = card.store.newNote();
-    card.store.setBody(other, QStringLiteral("other"));
-    card.wait(1s);
-    card.summon();
-    card.type(QStringLiteral("mine"));
-    card.clickGridButton();
-    QCOMPARE(card.controller.mode(), CardMode::Grid);
-    card.wait(longEnough);
-    QVERIFY(card.root().isHidden(Face::Card));
-    QCOMPARE(card.root().alpha(Face::Grid), 1.0);
-
-    // Back on its own note: it counts as opened now, so discarding has nothing to undo.
-    card.discard();
-    card.wait(longEnough);
-    QVERIFY(card.root().isHidden(Face::Grid));
-    QVERIFY(card.text().hasFocus());
-    QCOMPARE(card.text().text(), QStringLiteral("mine"));
-    card.discard();
-    QCOMPARE(card.bodies(), (QStringList{u"mine"_qs, u"other"_qs}));
-
-    // A blank record is dropped when the user turns to another note.
-    card.summon();
-    card.type(QStringLiteral("x"));
-    card.press(Qt::Key_Backspace);
-    card.controller.enterGridMode();
-    card.controller.grid().onThumbClick(other);
-    QCOMPARE(card.text().text(), QStringLiteral("other"));
-    QCOMPARE(card.bodies(), (QStringList{u"mine"_qs, u"other"_qs}));
-    QCOMPARE(card.tombstones(), 1);
-}
-
-void CardControllerTests::everyWayOutOfTheGridEndsOnTheCard_data()
-{
-    using Way = std::function<void(Card &)>;
-    QTest::addColumn<Way>("leave");
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<int>("notes");
-    QTest::newRow("escape") << Way([](Card &card) { card.discard(); }) << "mine" << 1;
-    QTest::newRow("keep key") << Way([](Card &card) { card.keep(); }) << "mine" << 1;
-    QTest::newRow("summon") << Way([](Card &card) { card.summon(); }) << "mine" << 1;
-    QTest::newRow("plus tile") << Way([](Card &card) { card.controller.grid().onNewCardTapped(); })
-                               << "" << 1;
-    QTest::newRow("escape after the active note was deleted") << Way([](Card &card) {
-        card.controller.grid().onThumbDelete(*card.controller.activeNoteID());
-        card.wait(longEnough);
-        QVERIFY(card.controller.grid().thumbs().empty());
-        card.discard();
-    }) << "" << 0;
-    QTest::newRow("tile of a note that is gone")
-        << Way([](Card &card) { card.controller.grid().onThumbClick(QUuid::createUuid()); }) << ""
-        << 1;
-}
-
-void CardControllerTests::everyWayOutOfTheGridEndsOnTheCard()
-{
-    QFETCH(std::function<void(Card &)>, leave);
-    Card card;
-    card.summon();
-    card.type(QStringLiteral("mine"));
-    card.controller.enterGridMode();
-    card.wait(longEnough);
-    card.pin();
-    QVERIFY2(!card.store.notes().front().isPinned, "the pin key is swallowed in the grid");
-    leave(card);
-    QCOMPARE(card.controller.mode(), CardMode::Card);
-    card.wait(longEnough);
-    QVERIFY(card.isShown());
-    QVERIFY(card.text().hasFocus());
-    QTEST(card.text().text(), "text");
-    QTEST(static_cast<int>(card.store.notes().size()), "notes");
-    QCOMPARE(card.root().alpha(Face::Card), 1.0);
-    QVERIFY(!card.root().isHidden(Face::Card) && card.root().isHidden(Face::Grid));
-}
-
-void CardControllerTests::rapidTogglesEndOnTheRightFace()
-{
-    for (const auto &[toggles, spacing] :
-         {std::pair(20, 0), {19, 1}, {20, 50}, {19, 150}, {20, 199}, {19, 200}, {20, 201}}) {
+    void pinMarkFollowsTheActiveNote()
+    {
         Card card;
         card.summon();
-        for (int i = 0; i < toggles; ++i) {
-            if (i % 2 == 0)
-                card.controller.enterGridMode();
-            else
-                card.discard();
-            card.wait(std::chrono::milliseconds(spacing));
-        }
+        card.pin();
+        QVERIFY2(card.store.notes().empty(), "a blank card has nothing to pin");
+        QVERIFY(card.card().isPinIndicatorHidden());
+
+        card.type(QStringLiteral("x"));
+        const Instant edited = card.store.notes().front().lastEditedAt;
+        card.wait(1s);
+        card.pin();
+        QVERIFY(card.store.notes().front().isPinned);
+        QCOMPARE(card.store.notes().front().lastEditedAt, edited);
+        QVERIFY(!card.card().isPinIndicatorHidden());
+        card.pin();
+        QVERIFY(card.card().isPinIndicatorHidden());
+        QCOMPARE(card.text().text(), QStringLiteral("x"));
+    }
+
+    void noteThatVanishedUnderTheCardIsNotBroughtBack()
+    {
+        Card card;
+        const QUuid id = card.openExisting(QStringLiteral("shared"));
+        card.store.deleteNote(id);
+        card.type(QStringLiteral("!"));
+        card.pin();
+        QVERIFY(card.store.notes().empty());
+        QCOMPARE(card.controller.activeNoteID(), std::optional(id));
+        card.keep();
+        QVERIFY(card.store.notes().empty());
+        QVERIFY(!card.controller.activeNoteID());
+    }
+
+    void savedOriginFollowsTheUsersDrag()
+    {
+        Card card;
+        card.summon();
+        card.wait(longEnough); // what moves the window just after it was shown is no user
+        card.controller.panel().move(40, 50);
+        const auto saved = card.shortcuts.defaults.object(QStringLiteral("brevio.card.lastOrigin"));
+        QCOMPARE(saved[u"x"].toDouble(), 40.0);
+        QCOMPARE(saved[u"y"].toDouble(), FakeScreens::primaryHeight - 50.0 - 280.0);
+    }
+
+    void gridReturnsToTheNoteTheUserChose()
+    {
+        Card card;
+        const QUuid other = card.store.newNote();
+        card.store.setBody(other, QStringLiteral("other"));
+        card.wait(1s);
+        card.summon();
+        card.type(QStringLiteral("mine"));
+        card.clickGridButton();
+        QCOMPARE(card.controller.mode(), CardMode::Grid);
         card.wait(longEnough);
-        const bool onGrid = toggles % 2 == 1;
-        QCOMPARE(card.controller.mode(), onGrid ? CardMode::Grid : CardMode::Card);
-        QCOMPARE(card.root().isHidden(Face::Grid), !onGrid);
-        QCOMPARE(card.root().isHidden(Face::Card), onGrid);
-        QCOMPARE(card.root().alpha(onGrid ? Face::Grid : Face::Card), 1.0);
-        if (!onGrid) {
-            card.type(QStringLiteral("alive"));
-            QCOMPARE(card.bodies(), QStringList{u"alive"_qs});
+        QVERIFY(card.root().isHidden(Face::Card));
+        QCOMPARE(card.root().alpha(Face::Grid), 1.0);
+
+        // Back on its own note: it counts as opened now, so discarding has nothing to undo.
+        card.discard();
+        card.wait(longEnough);
+        QVERIFY(card.root().isHidden(Face::Grid));
+        QVERIFY(card.text().hasFocus());
+        QCOMPARE(card.text().text(), QStringLiteral("mine"));
+        card.discard();
+        QCOMPARE(card.bodies(), (QStringList{u"mine"_qs, u"other"_qs}));
+
+        // A blank record is dropped when the user turns to another note.
+        card.summon();
+        card.type(QStringLiteral("x"));
+        card.press(Qt::Key_Backspace);
+        card.controller.enterGridMode();
+        card.controller.grid().onThumbClick(other);
+        QCOMPARE(card.text().text(), QStringLiteral("other"));
+        QCOMPARE(card.bodies(), (QStringList{u"mine"_qs, u"other"_qs}));
+        QCOMPARE(card.tombstones(), 1);
+    }
+
+    void everyWayOutOfTheGridEndsOnTheCard_data()
+    {
+        using Way = std::function<void(Card &)>;
+        QTest::addColumn<Way>("leave");
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<int>("notes");
+        QTest::newRow("escape") << Way([](Card &card) { card.discard(); }) << "mine" << 1;
+        QTest::newRow("keep key") << Way([](Card &card) { card.keep(); }) << "mine" << 1;
+        QTest::newRow("summon") << Way([](Card &card) { card.summon(); }) << "mine" << 1;
+        QTest::newRow("plus tile")
+            << Way([](Card &card) { card.controller.grid().onNewCardTapped(); }) << "" << 1;
+        QTest::newRow("escape after the active note was deleted") << Way([](Card &card) {
+            card.controller.grid().onThumbDelete(*card.controller.activeNoteID());
+            card.wait(longEnough);
+            QVERIFY(card.controller.grid().thumbs().empty());
+            card.discard();
+        }) << "" << 0;
+        QTest::newRow("tile of a note that is gone")
+            << Way([](Card &card) { card.controller.grid().onThumbClick(QUuid::createUuid()); })
+            << "" << 1;
+    }
+
+    void everyWayOutOfTheGridEndsOnTheCard()
+    {
+        QFETCH(std::function<void(Card &)>, leave);
+        Card card;
+        card.summon();
+        card.type(QStringLiteral("mine"));
+        card.controller.enterGridMode();
+        card.wait(longEnough);
+        card.pin();
+        QVERIFY2(!card.store.notes().front().isPinned, "the pin key is swallowed in the grid");
+        leave(card);
+        QCOMPARE(card.controller.mode(), CardMode::Card);
+        card.wait(longEnough);
+        QVERIFY(card.isShown());
+        QVERIFY(card.text().hasFocus());
+        QTEST(card.text().text(), "text");
+        QTEST(static_cast<int>(card.store.notes().size()), "notes");
+        QCOMPARE(card.root().alpha(Face::Card), 1.0);
+        QVERIFY(!card.root().isHidden(Face::Card) && card.root().isHidden(Face::Grid));
+    }
+
+    void rapidTogglesEndOnTheRightFace()
+    {
+        for (const auto &[toggles, spacing] :
+             {std::pair(20, 0), {19, 1}, {20, 50}, {19, 150}, {20, 199}, {19, 200}, {20, 201}}) {
+            Card card;
+            card.summon();
+            for (int i = 0; i < toggles; ++i) {
+                if (i % 2 == 0)
+                    card.controller.enterGridMode();
+                else
+                    card.discard();
+                card.wait(std::chrono::milliseconds(spacing));
+            }
+            card.wait(longEnough);
+            const bool onGrid = toggles % 2 == 1;
+            QCOMPARE(card.controller.mode(), onGrid ? CardMode::Grid : CardMode::Card);
+            QCOMPARE(card.root().isHidden(Face::Grid), !onGrid);
+            QCOMPARE(card.root().isHidden(Face::Card), onGrid);
+            QCOMPARE(card.root().alpha(onGrid ? Face::Grid : Face::Card), 1.0);
+            if (!onGrid) {
+                card.type(QStringLiteral("alive"));
+                QCOMPARE(card.bodies(), QStringList{u"alive"_qs});
+            }
         }
     }
-}
 
-void CardControllerTests::gridForgetsExpiredNotesAndShowsPinsAtOnce()
-{
-    Card card;
-    for (const char *body : {"old", "kept", "pinned"})
-        card.store.setBody(card.store.newNote(), QLatin1String(body));
-    const QUuid pinned = card.store.notes().front().id;
-    card.wait(24h * 3);
-    card.store.setBody(card.store.newNote(), QStringLiteral("fresh"));
-    card.summon();
-    card.controller.enterGridMode();
-    QCOMPARE(card.controller.grid().thumbs().size(), 4U);
-    card.controller.grid().onThumbPinToggle(pinned);
-    QVERIFY(card.controller.grid().thumbs()[1]->note()->isPinned);
-    card.discard();
-    card.wait(24h * 5);
-    card.controller.enterGridMode();
-    QCOMPARE(card.bodies(), (QStringList{u"fresh"_qs, u"pinned"_qs}));
-    QCOMPARE(card.controller.grid().thumbs().size(), 2U);
-}
+    void gridForgetsExpiredNotesAndShowsPinsAtOnce()
+    {
+        Card card;
+        for (const char *body : {"old", "kept", "pinned"})
+            card.store.setBody(card.store.newNote(), QLatin1String(body));
+        const QUuid pinned = card.store.notes().front().id;
+        card.wait(24h * 3);
+        card.store.setBody(card.store.newNote(), QStringLiteral("fresh"));
+        card.summon();
+        card.controller.enterGridMode();
+        QCOMPARE(card.controller.grid().thumbs().size(), 4U);
+        card.controller.grid().onThumbPinToggle(pinned);
+        QVERIFY(card.controller.grid().thumbs()[1]->note()->isPinned);
+        card.discard();
+        card.wait(24h * 5);
+        card.controller.enterGridMode();
+        QCOMPARE(card.bodies(), (QStringList{u"fresh"_qs, u"pinned"_qs}));
+        QCOMPARE(card.controller.grid().thumbs().size(), 2U);
+    }
+};
 
 QTEST_MAIN(CardControllerTests)
 #include "CardControllerTests.moc"

@@ -146,27 +146,8 @@ private Q_SLOTS:
     {
         const QImage image = painted(NewCardThumbView());
         QVERIFY(at(image, 70, 40).alpha() > at(image, 30, 40).alpha());
-        QCOMPARE(at(image, 63, 40), at(image, 76, 40));
-        QCOMPARE(at(image, 70, 33), at(image, 70, 46));
         // Where the strokes cross: the ink's 0.45 once over the paper's 0.45.
         QVERIFY(at(image, 70, 40).alphaF() < 0.71F);
-        QCOMPARE(at(image, 58, 40), at(image, 30, 40)); // beyond the arm
-    }
-
-    void aTileWithoutANoteReportsNothing()
-    {
-        int reports = 0;
-        const auto count = [&](const QUuid &) { ++reports; };
-        NoteThumbView tile;
-        tile.onClick = tile.onPinToggle = tile.onDelete = count;
-        for (const int expected : {0, 3}) {
-            tile.mouseDown();
-            tile.handlePinToggle();
-            tile.handleDelete();
-            QCOMPARE(reports, expected);
-            tile.setNote(Note{.id = QUuid::createUuid(), .body = {}});
-        }
-        QCOMPARE(tile.text(), u"(empty)"_qs);
     }
 };
 
