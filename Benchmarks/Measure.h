@@ -58,10 +58,10 @@ inline void print(const Row &row)
         std::snprintf(buffer, sizeof buffer, format, number, unit);
         return number > 0.0 ? std::string(buffer) : std::string();
     };
-    const std::string limit = text("%g %s", row.limit, row.unit);
+    const std::string limit = text("%.3g %s", row.limit, row.unit);
     const std::string ratioLimit = text("%gx", row.ratioLimit);
     const bool hasBudget = !limit.empty() || !ratioLimit.empty();
-    std::printf("%-52s %10.2f %-2s %7s %14s %s\n", row.what.c_str(), row.value, row.unit,
+    std::printf("%-52s %10.2f %-2s %7s %18s %s\n", row.what.c_str(), row.value, row.unit,
                 text("%.2fx", ratio).c_str(),
                 (limit + (limit.empty() || ratioLimit.empty() ? "" : ", ") + ratioLimit).c_str(),
                 hasBudget ? (isOver ? "OVER" : "ok") : "");
