@@ -50,7 +50,7 @@ private Q_SLOTS:
         // Pinned from its menu; Escape before that closes the menu alone.
         const auto without = windowsOnTop(seat);
         const auto menuIsOpen = [&] { return windowsOnTop(seat) > without; };
-        seat.click(session.on(tileCenter(1)), 3);
+        seat.click(session.on(tileCenter(0)), 3);
         QVERIFY(waitUntil(menuIsOpen));
         seat.press("Escape");
         QVERIFY(waitUntil([&] { return !menuIsOpen(); }));
