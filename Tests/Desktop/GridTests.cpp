@@ -66,12 +66,14 @@ private Q_SLOTS:
 
         // A tile brings its card back, with a caret that types.
         seat.click(session.on(tileCenter(1)));
+        QVERIFY(session.cardShows());
         QVERIFY(seat.type(QStringLiteral("!")));
         QVERIFY(waitUntil([&] { return session.desktop.noteBodies().at(1).contains(u'!'); }));
         QVERIFY(waitUntil([&] { return seat.pixel(session.on({446, 14})) == yellow; }));
         // The last tile is a new card.
         QVERIFY(session.openGrid());
         seat.click(session.on(tileCenter(3)));
+        QVERIFY(session.cardShows());
         QVERIFY(seat.type(QStringLiteral("new")));
         QVERIFY(waitUntil([&] {
             return session.desktop.noteBodies().first() == u"new" &&
