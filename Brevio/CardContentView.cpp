@@ -175,6 +175,14 @@ void CardContentView::applyColors()
     update();
 }
 
+void CardContentView::setMousePassesThrough(bool passes)
+{
+    if (passes)
+        setMask(m_gridButton->geometry());
+    else
+        clearMask();
+}
+
 void CardContentView::resizeEvent(QResizeEvent *event)
 {
     QWidget::resizeEvent(event);

@@ -38,6 +38,8 @@ public:
     /// The mark is hidden at first.
     [[nodiscard]] bool isPinIndicatorHidden() const;
     void setPinIndicatorHidden(bool hidden);
+    /// While it fades away, what lies beneath gets the mouse everywhere but on the grid button.
+    void setMousePassesThrough(bool passes);
 
     /// The grid button was pressed; it can be while it is transparent.
     std::function<void()> onGridButtonTapped;

@@ -278,6 +278,7 @@ void CardController::enterGridMode()
     m_grid->reload(m_store.notes(), m_activeNoteID);
     m_grid->resetThumbAlphas();
     m_mode = CardMode::Grid;
+    m_content->setMousePassesThrough(true);
     focusFace();
     crossFade(0.0, 1.0, [this] { m_root->setHidden(Face::Card, true); });
 }
@@ -298,6 +299,7 @@ void CardController::exitGridMode(std::optional<QUuid> focusing, bool newCard)
     }
     m_root->setHidden(Face::Card, false);
     m_mode = CardMode::Card;
+    m_content->setMousePassesThrough(false);
     // What is typed while the faces still fade belongs to the card already.
     focusFace();
     crossFade(1.0, 0.0, [this] {
@@ -382,6 +384,7 @@ void CardController::settleFaces()
     // A fade that still ran would hide a card summoned meanwhile.
     m_fade.reset();
     m_hold.reset();
+    m_content->setMousePassesThrough(false);
     m_root->setHidden(Face::Card, false);
     m_root->setAlpha(Face::Card, 1.0);
     m_root->setAlpha(Face::Grid, 0.0);

@@ -104,7 +104,8 @@ private:
             if (face.isHidden || face.alpha <= 0.0)
                 continue;
             QImage picture = transparentImage();
-            face.widget->render(&picture, {}, {}, QWidget::DrawChildren);
+            // A mask says who gets the mouse, not what is seen.
+            face.widget->render(&picture, {}, {}, QWidget::DrawChildren | QWidget::IgnoreMask);
             // Not the painter's opacity, under which sums would be cut off before they are thinned.
             QColor opacity(Qt::black);
             opacity.setAlphaF(static_cast<float>(face.alpha));

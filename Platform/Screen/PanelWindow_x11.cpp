@@ -167,6 +167,10 @@ bool X11PanelWindow::eventFilter(QObject *watched, QEvent *event)
 bool X11PanelWindow::nativeEventFilter(const QByteArray &, void *message, qintptr *)
 {
     const auto *event = static_cast<const xcb_generic_event_t *>(message);
+    // Qt drops the activation of a window that loses the keyboard again at once.
+    if ((event->response_type & ~sentByClient) == XCB_FOCUS_IN &&
+        reinterpret_cast<const xcb_focus_in_event_t *>(event)->event == handle())
+        m_asked.reset();
     if ((event->response_type & ~sentByClient) == XCB_PROPERTY_NOTIFY && m_window.isVisible()) {
         const auto *change = reinterpret_cast<const xcb_property_notify_event_t *>(event);
         if (change->window == handle() && change->atom == m_server.atom("_NET_WM_STATE"))

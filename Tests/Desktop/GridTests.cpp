@@ -50,7 +50,7 @@ private Q_SLOTS:
         // Pinned from its menu; Escape before that closes the menu alone.
         const auto without = windowsOnTop(seat);
         const auto menuIsOpen = [&] { return windowsOnTop(seat) > without; };
-        seat.click(session.on(tileCenter(1)), 3);
+        seat.click(session.on(tileCenter(0)), 3);
         QVERIFY(waitUntil(menuIsOpen));
         seat.press("Escape");
         QVERIFY(waitUntil([&] { return !menuIsOpen(); }));
@@ -66,12 +66,14 @@ private Q_SLOTS:
 
         // A tile brings its card back, with a caret that types.
         seat.click(session.on(tileCenter(1)));
+        QVERIFY(session.cardShows());
         QVERIFY(seat.type(QStringLiteral("!")));
         QVERIFY(waitUntil([&] { return session.desktop.noteBodies().at(1).contains(u'!'); }));
         QVERIFY(waitUntil([&] { return seat.pixel(session.on({446, 14})) == yellow; }));
         // The last tile is a new card.
         QVERIFY(session.openGrid());
         seat.click(session.on(tileCenter(3)));
+        QVERIFY(session.cardShows());
         QVERIFY(seat.type(QStringLiteral("new")));
         QVERIFY(waitUntil([&] {
             return session.desktop.noteBodies().first() == u"new" &&
