@@ -91,6 +91,7 @@ int BrevioMain::run(int argc, char *argv[])
     MainQueue::main().post([] { delegate().applicationDidFinishLaunching(); });
     (void)delegate();
     const int status = QApplication::exec();
+    theDelegate->store().flush();
     theDelegate.reset(); // its windows must go before the application object
     return status;
 }

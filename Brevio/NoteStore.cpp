@@ -63,12 +63,6 @@ NoteStore::NoteStore(Environment environment)
     m_saveSubscription = m_notes.onChange([this](const NoteList &) { scheduleSave(); });
 }
 
-NoteStore::~NoteStore()
-{
-    if (m_pendingSave)
-        save();
-}
-
 void NoteStore::resolveLocation()
 {
     // A folder that cannot be made shows when the file is written.
@@ -173,6 +167,12 @@ void NoteStore::scheduleSave()
         m_pendingSave.reset();
         save();
     });
+}
+
+void NoteStore::flush()
+{
+    if (std::exchange(m_pendingSave, nullptr))
+        save();
 }
 
 void NoteStore::remoteFileMayHaveChanged()

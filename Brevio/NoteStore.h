@@ -31,10 +31,12 @@ public:
     using Identifier = QUuid;
 
     explicit NoteStore(Environment environment = Environment::standard());
-    /// Writes at once what still waits to be written.
-    ~NoteStore();
     NoteStore(const NoteStore &) = delete;
     NoteStore &operator=(const NoteStore &) = delete;
+
+    /// Writes at once what still waits to be written, before the process ends in good order. A
+    /// store that merely goes away writes nothing.
+    void flush();
 
     /// All live notes: newest edit first after each reading of the file; in between, new ones come
     /// to the front and edited ones keep their place.
