@@ -34,6 +34,10 @@ public:
     NoteStore(const NoteStore &) = delete;
     NoteStore &operator=(const NoteStore &) = delete;
 
+    /// Writes at once what still waits to be written, before the process ends in good order. A
+    /// store that merely goes away writes nothing.
+    void flush();
+
     /// All live notes: newest edit first after each reading of the file; in between, new ones come
     /// to the front and edited ones keep their place.
     [[nodiscard]] const NoteList &notes() const { return m_notes.get(); }
