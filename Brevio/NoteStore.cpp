@@ -173,12 +173,6 @@ void NoteStore::flush()
         save();
 }
 
-void NoteStore::flush()
-{
-    if (std::exchange(m_pendingSave, nullptr))
-        save();
-}
-
 void NoteStore::remoteFileMayHaveChanged()
 {
     if (!m_usesCloud || m_pendingReload)

@@ -34,10 +34,6 @@ public:
     NoteStore(const NoteStore &) = delete;
     NoteStore &operator=(const NoteStore &) = delete;
 
-    /// Writes at once what still waits to be written, before the process ends in good order. A
-    /// store that merely goes away writes nothing.
-    void flush();
-
     /// All live notes: newest edit first after each reading of the file; in between, new ones come
     /// to the front and edited ones keep their place.
     [[nodiscard]] const NoteList &notes() const { return m_notes.get(); }
@@ -62,7 +58,8 @@ public:
     /// Puts another pinned welcome note at the front.
     void restoreWelcomeNote();
 
-    /// Writes now what is waiting to be written, if anything is. For the end of the program.
+    /// Writes now what is waiting to be written, if anything is. For the end of the program; a
+    /// store that merely goes away writes nothing.
     void flush();
 
     /// The welcome note of a first run, until whoever shows it takes it; none otherwise.
