@@ -8,7 +8,7 @@ namespace Brevio::NoteMerge {
 
 struct Merged
 {
-    NoteList notes; ///< newest edit first; equal times keep their order, the file's first
+    NoteList notes;           ///< newest edit first; equal times keep their order, the file's first
     TombstoneList tombstones; ///< oldest first
 };
 

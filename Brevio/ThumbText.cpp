@@ -12,6 +12,8 @@ namespace {
 constexpr qsizetype firstPiece = 192;   ///< characters; more than a label of ordinary text holds
 constexpr qsizetype longestText = 4096; ///< characters; nothing beyond is looked at
 constexpr double tabDistance = 28.0;    ///< logical pixels
+/// How far the last line may reach over the label's edge: room below its letters, not the letters.
+constexpr double spareBelowLetters = 2.0; // logical pixels
 
 bool endsParagraph(QChar character)
 {
@@ -124,8 +126,13 @@ void ThumbText::draw(QPainter &painter, const QColor &ink) const
     painter.save();
     painter.setClipRect(QRectF(QPointF(), m_label), Qt::IntersectClip);
     painter.setPen(ink);
-    for (const auto &paragraph : m_paragraphs)
-        paragraph->draw(&painter, {});
+    for (const auto &paragraph : m_paragraphs) {
+        for (int i = 0; i < paragraph->lineCount(); ++i) {
+            const QTextLine line = paragraph->lineAt(i);
+            if (line.y() + line.height() <= m_label.height() + spareBelowLetters)
+                line.draw(&painter, {});
+        }
+    }
     painter.restore();
 }
 

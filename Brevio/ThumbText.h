@@ -13,10 +13,10 @@ class QTextLayout;
 
 namespace Brevio {
 
-/// The beginning of a text, wrapped by words into a small label: as many lines as begin inside it,
-/// the last one perhaps cut by its lower edge. A word wider than the label breaks anywhere. Only
-/// as much of the text is laid out as can show, so that its length costs nothing. A paragraph
-/// that begins right to left sits at the right. Sizes in logical pixels. Main thread only.
+/// The beginning of a text, wrapped by words into a small label, as many lines as show whole. A
+/// word wider than the label breaks anywhere. Only as much of the text is laid out as can show, so
+/// that its length costs nothing. A paragraph that begins right to left sits at the right. Sizes in
+/// logical pixels. Main thread only.
 class ThumbText final
 {
 public:
@@ -29,6 +29,7 @@ public:
     ThumbText(const QString &text, const QFont &font, QSizeF label);
     ~ThumbText();
 
+    /// Every line that begins inside the label, also a last one that is not drawn.
     [[nodiscard]] std::vector<Line> lines() const;
 
     /// Draws with the label's top left corner at the origin and nothing outside the label.

@@ -27,9 +27,12 @@ constexpr std::uint32_t allDesktops = 0xFFFFFFFF;
 /// "A direct user action": unlike an application's own wish it is not weighed against what the user
 /// did in the meantime.
 constexpr std::uint32_t sourceUser = 2;
-/// Logical pixels by which the mask's corners are rounder than the window's own: the smoothed edge
-/// of those would be black where nothing composes the screen.
-constexpr double smoothEdge = 1.5;
+/// Logical pixels by which the mask's corners are rounder than the window's own where nothing
+/// composes the screen: their smoothed edge would be black there.
+constexpr double insideSmoothEdge = 1.5;
+/// And by which they are less round where a compositor runs, to leave the smoothed edge alone.
+/// Compositors lay their shadow around the mask; without one it would stop at the window's square.
+constexpr double outsideSmoothEdge = 1.0;
 /// A window manager that has not handed over the keyboard by then has refused to.
 constexpr auto answerTime = std::chrono::milliseconds(500);
 
@@ -87,16 +90,13 @@ void X11PanelWindow::present()
 /// and go between two of them.
 void X11PanelWindow::cutCorners()
 {
-    if (isComposed()) {
-        m_window.clearMask();
-        return;
-    }
     QBitmap mask(m_window.size());
     mask.fill(Qt::color0);
     QPainter painter(&mask);
     painter.setPen(Qt::NoPen);
     painter.setBrush(Qt::color1);
-    const double radius = m_cornerRadius + smoothEdge;
+    const double radius =
+        m_cornerRadius + (isComposed() ? -outsideSmoothEdge : insideSmoothEdge);
     painter.drawRoundedRect(QRectF(m_window.rect()), radius, radius);
     painter.end();
     m_window.setMask(mask);
