@@ -15,8 +15,6 @@ using Brevio::BoundedTextView;
 
 namespace {
 
-const QString threeLines = QStringLiteral("one\ntwo\nthree");
-
 QFont cardFont()
 {
     return Platform::Fonts::baskerville(17.0, Platform::Fonts::Slant::Upright, 16.0);
@@ -56,14 +54,6 @@ private:
         QCOMPARE(event.dropAction(), Qt::CopyAction);
     }
 
-    void select(int anchor, int position)
-    {
-        QTextCursor cursor = m_view->textCursor();
-        cursor.setPosition(anchor);
-        cursor.setPosition(position, QTextCursor::KeepAnchor);
-        m_view->setTextCursor(cursor);
-    }
-
     FakeAppearance m_appearance;
     std::unique_ptr<BoundedTextView> m_view;
     int m_refusals = 0;
@@ -101,37 +91,29 @@ private Q_SLOTS:
             return [text](auto &t) { t.paste(text); };
         };
         const QString two = QStringLiteral("one\ntwo");
-        const QString full = threeLines;
+        const QString full = QStringLiteral("one\ntwo\nthree");
         QTest::newRow("fourth line") << full << 3 << 3 << key(Qt::Key_Return) << QString();
-        QTest::newRow("letter that fits") << full << 13 << 13 << key(Qt::Key_X) << full + u'x';
         QTest::newRow("paste over a selection that makes room")
             << full << 0 << 8 << pasted(QStringLiteral("a\nb")) << QStringLiteral("a\nbthree");
-        QTest::newRow("paste over a backward selection")
-            << full << 9 << 2 << pasted(QStringLiteral("a\nb\nc\nd")) << QString();
-        QTest::newRow("a megabyte of lines")
-            << two << 2 << 2 << pasted(QString(1 << 20, u'\n')) << QString();
-        QTest::newRow("commit of two lines over a selection")
-            << full << 4 << 7 << Edit([](auto &t) {
-                   t.compose(QString(100, u'W')); // never refused before it is committed
-                   QVERIFY(t.m_refusals == 0 && t.m_reported.isEmpty());
-                   t.compose({}, QStringLiteral("a\nb"));
-               })
-            << QString();
-        QTest::newRow("commit of two lines that fits") << two << 7 << 7 << Edit([](auto &t) {
-            t.compose(QString(100, u'W'));
+        QTest::newRow("a megabyte of lines over a backward selection")
+            << two << 5 << 2 << pasted(QString(1 << 20, u'\n')) << QString();
+        const Edit committed = [](auto &t) {
+            t.compose(QString(100, u'W')); // never refused before it is committed
+            QVERIFY(t.m_refusals == 0 && t.m_reported.isEmpty());
             t.compose({}, QStringLiteral("a\nb"));
-        }) << two + QStringLiteral("a\nb");
-        QTest::newRow("deletion") << full << 3 << 4 << key(Qt::Key_Backspace)
-                                  << QStringLiteral("onetwo\nthree");
+        };
+        QTest::newRow("commit over a selection") << full << 4 << 7 << committed << QString();
+        QTest::newRow("commit that fits")
+            << two << 7 << 7 << committed << two + QStringLiteral("a\nb");
         QString line;
         while (QFontMetricsF(cardFont()).horizontalAdvance(line + u'i') < 400.0)
             line += u'i';
-        const QString twoOnALine = QStringLiteral("1\na ") + line.left(line.size() / 2);
+        const QString start = QStringLiteral("1\na ") + line.left(line.size() / 2);
+        const int end = static_cast<int>(start.size());
         QTest::newRow("deletion of the space that a taller text breaks at")
-            << twoOnALine + u' ' + line << int(twoOnALine.size()) << int(twoOnALine.size())
-            << key(Qt::Key_Delete) << QString();
-        QTest::newRow("drop") << full << 0 << 0
-                              << Edit([](auto &t) { t.drop(QStringLiteral("\n")); }) << QString();
+            << start + u' ' + line << end << end << key(Qt::Key_Delete) << QString();
+        const Edit dropped = [](auto &t) { t.drop(QStringLiteral("\n")); };
+        QTest::newRow("drop") << full << 0 << 0 << dropped << QString();
     }
 
     void oneEditIsAcceptedOrRefusedAsAWhole()
@@ -142,7 +124,10 @@ private Q_SLOTS:
         QFETCH(std::function<void(BoundedTextViewTests &)>, edit);
         QFETCH(QString, accepted);
         m_view->setText(before);
-        select(anchor, caret);
+        QTextCursor selection = m_view->textCursor();
+        selection.setPosition(anchor);
+        selection.setPosition(caret, QTextCursor::KeepAnchor);
+        m_view->setTextCursor(selection);
 
         edit(*this);
 
@@ -151,38 +136,30 @@ private Q_SLOTS:
         QCOMPARE(m_refusals, isRefused ? 1 : 0);
         QCOMPARE(m_reported.last(), m_view->text());
         QCOMPARE(m_view->document()->size().height(), m_view->usedHeight(m_view->text()));
-        QVERIFY(!m_view->document()->isRedoAvailable());
         if (isRefused) {
-            QVERIFY(m_reported.first() != before);
             QCOMPARE(m_view->textCursor().anchor(), anchor);
             QCOMPARE(m_view->textCursor().position(), caret);
-            m_view->undo();
-            QCOMPARE(m_view->text(), before);
-        } else {
-            while (m_view->document()->isUndoAvailable())
-                m_view->undo();
-            QCOMPARE(m_view->text(), before);
         }
+        for (int step = 0; step < 10; ++step)
+            m_view->undo();
+        QCOMPARE(m_view->text(), before);
     }
 
     void undoAndRedoStepOverARefusedLetter()
     {
         m_view->setText(QStringLiteral("1\n2\n"));
-        QString widest;
-        while (m_refusals == 0 && widest.size() < 200) {
-            QTest::keyClicks(m_view.get(), QStringLiteral("w"));
-            widest += u'w';
+        QString accepted;
+        while (m_refusals == 0) {
+            accepted = m_view->text();
+            QVERIFY(accepted.size() < 200);
+            QTest::keyClick(m_view.get(), Qt::Key_W);
         }
-        widest.chop(1);
-        QCOMPARE(m_refusals, 1);
-        QCOMPARE(m_view->text(), QStringLiteral("1\n2\n") + widest);
-
         m_view->redo();
-        QCOMPARE(m_view->text(), QStringLiteral("1\n2\n") + widest);
+        QCOMPARE(m_view->text(), accepted);
         m_view->undo();
         QCOMPARE(m_view->text(), QStringLiteral("1\n2\n"));
         m_view->redo();
-        QCOMPARE(m_view->text(), QStringLiteral("1\n2\n") + widest);
+        QCOMPARE(m_view->text(), accepted);
         QCOMPARE(m_refusals, 1);
     }
 
@@ -206,7 +183,7 @@ private Q_SLOTS:
         QTest::keyClick(m_view.get(), Qt::Key_X);
         QCOMPARE(m_view->text(), tooTall);
         QTest::keyClick(m_view.get(), Qt::Key_Backspace);
-        QCOMPARE(m_view->text(), QStringLiteral("1\n2\n3\n4\n"));
+        QCOMPARE(m_view->text(), tooTall.chopped(1));
         QCOMPARE(m_refusals, 1);
     }
 
@@ -216,8 +193,6 @@ private Q_SLOTS:
         m_view->setText(foreign);
         QCOMPARE(m_view->text(), foreign);
         QTest::keyClick(m_view.get(), Qt::Key_X);
-        QCOMPARE(m_view->text(), QStringLiteral("a\nb\ncx"));
-        QTest::keyClick(m_view.get(), Qt::Key_Return);
         QCOMPARE(m_view->text(), QStringLiteral("a\nb\ncx"));
         QTest::keyClick(m_view.get(), Qt::Key_Backspace);
         QCOMPARE(m_view->text(), foreign);
@@ -247,18 +222,6 @@ private Q_SLOTS:
         // Three lines and not a part of a fourth.
         const double line = Brevio::TextMeasure::lineHeight(m_view->font());
         QCOMPARE(m_view->viewport()->mask().boundingRect().height(), static_cast<int>(3.0 * line));
-    }
-
-    void theMicrophoneFollowsTheAppearance()
-    {
-        const auto hotPixels = [this] { return m_view->viewport()->cursor().pixmap().toImage(); };
-        m_view->setDictating(true);
-        const QImage black = hotPixels();
-        QVERIFY(!black.isNull());
-        m_appearance.setScheme(Platform::ColorScheme::Dark);
-        QCOMPARE(hotPixels().pixelColor(9, 6), QColor(Qt::white));
-        m_view->setDictating(false);
-        QCOMPARE(m_view->viewport()->cursor().shape(), Qt::IBeamCursor);
     }
 };
 

@@ -40,6 +40,8 @@ const QByteArray example = R"({
   "version" : 3
 })";
 
+const QByteArray id = R"("0B9E8D7C-6A5F-4E3D-8C2B-1A0F9E8D7C6B")";
+
 /// A file of one note with one member.
 QByteArray fileWith(const QByteArray &member)
 {
@@ -57,29 +59,18 @@ QByteArray encoded(const Note &note)
     return StoreFile::encode({note}, {});
 }
 
-/// One random change: a byte, a stretch gone or doubled, or a token where it may not belong.
+/// One random change: a stretch gives way to a token, another stretch, a byte or nothing.
 QByteArray mutated(QByteArray bytes, QRandomGenerator &random)
 {
     static const QByteArrayList tokens =
-        "null true false 3 -0.0 { } [ ] , : \" \\ \\ud83d \\ude00 \\u0000 \"id\":null, "
-        "\"notes\":[], {} \xff \xc3 \0 \"0000-01-01T00:00:00+23:59\" \"9999-12-31T23:59:59-23:59\""_ba
-            .split(' ');
+        "null true false 3 -0.0 { } [ ] , : \" \\ \\ud83d \\u0000 \"id\":null, \"notes\":[], {} "
+        "\xff \xc3 \"0000-01-01T00:00:00+23:59\" \"9999-12-31T23:59:59-23:59\""_ba.split(' ');
     const auto place = [&] { return random.bounded(static_cast<int>(bytes.size()) + 1); };
-    const auto token = tokens.at(random.bounded(static_cast<int>(tokens.size())));
-    const int at = place();
-    const int length = random.bounded(40);
-    switch (random.bounded(5)) {
-    case 0:
-        return bytes.insert(at, token);
-    case 1:
-        return bytes.remove(at, length);
-    case 2:
-        return bytes.insert(at, bytes.mid(place(), length));
-    case 3:
-        return bytes.replace(at, length, token);
-    default:
-        return bytes.replace(at, 1, QByteArray(1, static_cast<char>(random.bounded(256))));
-    }
+    const QByteArray instead[] = {tokens.at(random.bounded(static_cast<int>(tokens.size()))),
+                                  bytes.mid(place(), random.bounded(40)),
+                                  QByteArray(1, static_cast<char>(random.bounded(256))), ""};
+    return bytes.replace(place(), random.bounded(20) * random.bounded(2),
+                         instead[random.bounded(4)]);
 }
 
 } // namespace
@@ -93,12 +84,11 @@ private Q_SLOTS:
     {
         const auto content = StoreFile::decode(example, now);
         QVERIFY(content);
-        QCOMPARE(content->version, 3);
         QCOMPARE(content->notes.size(), 2U);
         QCOMPARE(content->notes[0].body, u"Call the bank\nask about the card"_s);
-        QCOMPARE(content->notes[0].createdAt, now);
         QVERIFY(content->notes[1].isPinned);
         QCOMPARE(StoreFile::encode(content->notes, content->tombstones), example);
+        QVERIFY(encoded(*noteWith("\"id\":" + id.toLower())).contains(id));
     }
 
     void emptyListsKeepABlankLine()
@@ -130,56 +120,27 @@ private Q_SLOTS:
                 QVERIFY2(StoreFile::decode(bytes, now).has_value() == isGood, bytes.left(200));
         };
         const QByteArray deletedAt = R"("deletedAt":"2025-01-01T00:00:00Z")";
-        const QByteArray id = R"("id":"0B9E8D7C-6A5F-4E3D-8C2B-1A0F9E8D7C6B")";
         const auto tombstone = [](const QByteArray &members) {
             return "{\"tombstones\":[{" + members + "}]}";
         };
-        check(true, {"{}", " \t\r\n{ \"notes\" :\n[ ] }\n ", "\xef\xbb\xbf{}",
+        check(true, {" \t\r\n{ \"notes\" :\n[ ] }\n ", "\xef\xbb\xbf{}",
                      R"({"notes":null,"tombstones":null,"version":null})", R"({"version":30e-1})",
-                     R"({"version":9223372036854775807})", fileWith(R"("x":-12.50E+3)"),
                      fileWith("\"x\":" + QByteArray(500, '[') + QByteArray(500, ']')),
-                     tombstone(deletedAt + ',' + id)});
+                     tombstone(deletedAt + ",\"id\":" + id)});
         // No JSON.
-        check(false, {"",
-                      "[]",
-                      "{}{}",
-                      "{}//",
-                      "{'notes':[]}",
-                      R"({"notes":[],})",
-                      R"({"notes":[,]})",
-                      example.chopped(1),
-                      fileWith(R"("x":012)"),
-                      fileWith(R"("x":1.)"),
-                      fileWith(R"("x":-.5)"),
-                      fileWith(R"("x":-)"),
-                      fileWith(R"("body":"\q")"),
-                      fileWith(R"("body":"\u12")"),
-                      fileWith("\"body\":\"a\nb\""),
-                      fileWith("\"body\":\"\xff\""),
-                      fileWith("\"body\":\"\xed\xa0\x80\""),
-                      fileWith("\"x\":\"\xc3(\""),
-                      fileWith(R"("isPinned":truely)"),
+        check(false, {"", "[]", "{}{}", "{}//", "{'notes':[]}", R"({"notes":[],})",
+                      example.chopped(1), fileWith(R"("x":012)"), fileWith(R"("x":1.)"),
+                      fileWith(R"("body":"\q")"), fileWith("\"body\":\"a\nb\""),
+                      fileWith("\"body\":\"\xff\""), fileWith("\"body\":\"\xed\xa0\x80\""),
                       fileWith("\"x\":" + QByteArray(1'000'000, '['))});
         // Not what may stand there.
         check(false,
-              {R"({"version":9223372036854775808})", R"({"version":1e400})", R"({"version":2.5})",
-               R"({"version":true})", R"({"version":"3"})", R"({"notes":{}})", R"({"notes":[1]})",
-               R"({"notes":[null]})", R"({"tombstones":""})", R"({"notes":[{},{"body":1}]})",
-               fileWith(R"("isPinned":"true")"), fileWith(R"("isPinned":1)"),
-               fileWith(R"("createdAt":1741944413)"), tombstone(id), tombstone(deletedAt),
-               tombstone("\"deletedAt\":null," + id)});
-    }
-
-    void identifiersHaveOneForm()
-    {
-        const QByteArray good = "6F1C2A4E-8B3D-4C55-9E0A-2D7B1F3C4A90";
-        const auto read = [](const QByteArray &text) { return noteWith("\"id\":\"" + text + '"'); };
-        for (const QByteArray &text : {good, good.toLower()})
-            QVERIFY(encoded(read(text).value()).contains(good));
-        for (const QByteArray &text :
-             {'{' + good + '}', QByteArray(good).replace('-', ""), good.chopped(1),
-              "6F1C2A4E8-B3D-4C55-9E0A-2D7B1F3C4A90"_ba, QByteArray(good).replace('F', 'G'), ""_ba})
-            QVERIFY2(!read(text), text);
+              {R"({"version":9223372036854775808})", R"({"version":2.5})", R"({"version":"3"})",
+               R"({"notes":{}})", R"({"notes":[null]})", R"({"tombstones":""})",
+               R"({"notes":[{},{"body":1}]})", fileWith(R"("isPinned":"true")"),
+               fileWith(R"("createdAt":1741944413)"), tombstone("\"id\":" + id),
+               tombstone(deletedAt), fileWith("\"id\":" + QByteArray(id).replace('-', "")),
+               fileWith(R"("id":"{6F1C2A4E-8B3D-4C55-9E0A-2D7B1F3C4A90}")")});
     }
 
     void datesHaveOneForm()
@@ -191,22 +152,15 @@ private Q_SLOTS:
             {"2025-03-14T09:26:53Z", "2025-03-14T09:26:53Z"},
             {"2025-03-14T10:26:53+01:00", "2025-03-14T09:26:53Z"},
             {"2025-03-13T23:56:53-09:30", "2025-03-14T09:26:53Z"},
-            {"2024-02-29T00:00:00-00:00", "2024-02-29T00:00:00Z"},
-            {"1969-12-31T23:59:59Z", "1969-12-31T23:59:59Z"},
             {"0001-01-01T00:00:00+01:00", "0001-01-01T00:00:00Z"},
             {"9999-12-31T23:59:59-01:00", "9999-12-31T23:59:59Z"}};
         for (const auto &[text, written] : good)
             QVERIFY2(encoded(read(text).value()).contains(written), text);
-        for (const char *text : {"2025-03-14T09:26:53.250Z",   "2025-03-14T09:26:53",
-                                 "2025-03-14T09:26Z",          "2025-03-14 09:26:53Z",
-                                 "2025-03-14t09:26:53z",       "2025-02-29T00:00:00Z",
-                                 "2025-13-01T00:00:00Z",       "2025-00-10T00:00:00Z",
-                                 "2025-03-14T24:00:00Z",       "2025-03-14T09:60:00Z",
-                                 "2025-03-14T09:26:60Z",       "2025-03-14T09:26:53+0100",
-                                 "2025-03-14T09:26:53+01",     "2025-03-14T09:26:53+24:00",
-                                 "2025-03-14T09:26:53 +01:00", "+2025-03-14T09:26:53Z",
-                                 "20250314T092653Z",           " 2025-03-14T09:26:53Z",
-                                 "2025-03-14T09:26:53ZZ",      ""})
+        for (const char *text :
+             {"2025-03-14T09:26:53.250Z", "2025-03-14T09:26:53", "2025-03-14 09:26:53Z",
+              "2025-03-14t09:26:53z", "2025-02-29T00:00:00Z", "2025-13-01T00:00:00Z",
+              "2025-03-14T24:00:00Z", "2025-03-14T09:60:00Z", "2025-03-14T09:26:60Z",
+              "2025-03-14T09:26:53+0100", "2025-03-14T09:26:53+24:00", "2025-03-14T09:26:53ZZ"})
             QVERIFY2(!read(text), text);
     }
 
@@ -234,31 +188,26 @@ private Q_SLOTS:
             QVERIFY2(bytes.contains("\"body\" : \"" + written + "\",\n"), bytes);
             QCOMPARE(StoreFile::decode(bytes, now)->notes[0].body, body);
         }
-        const QByteArray half = encoded(Note::create(now, QString(QChar(0xd83d)) + u'x'));
-        QCOMPARE(StoreFile::decode(half, now)->notes[0].body, u"?x"_s);
     }
 
-    void everyEscapeIsRead()
+    void everyEscapeIsReadAndHalfASurrogatePairIsNoText()
     {
         const std::pair<QByteArray, QString> rows[] = {
             {R"(\"\\\/\b\f\n\r\t)", u"\"\\/\b\f\n\r\t"_s},
             {R"(\u0041\u00e9\u2318\u00C9)", u"A\u00e9\u2318\u00c9"_s},
-            {R"(\uD83D\uDE00)", u"😀"_s},
-            {R"(\ud83dx)", u"\ufffdx"_s},
-            {R"(\ude00)", u"\ufffd"_s},
             {R"(\ud83d\u0041)", u"\ufffdA"_s},
             {R"(\ud83d\ud83d\ude00)", u"\ufffd😀"_s}};
-        for (const auto &[written, body] : rows) {
-            QCOMPARE(noteWith("\"body\":\"" + written + '"')->body, body);
+        for (const auto &[written, body] : rows)
             QCOMPARE(noteWith("\"bod\\u0079\":\"" + written + '"')->body, body);
-        }
+        QVERIFY(encoded(Note::create(now, QString(QChar(0xd83d)))).contains("\"?\""));
     }
 
     void damagedFilesNeverCrashAndWhatIsReadIsStable()
     {
-        const int seed = qEnvironmentVariableIsSet("BREVIO_TEST_SEED")
-                             ? qEnvironmentVariableIntValue("BREVIO_TEST_SEED")
-                             : QRandomGenerator::global()->bounded(1'000'000'000);
+        bool isGiven = false;
+        int seed = qEnvironmentVariableIntValue("BREVIO_TEST_SEED", &isGiven);
+        if (!isGiven)
+            seed = QRandomGenerator::global()->bounded(1'000'000'000);
         qInfo("repeat with BREVIO_TEST_SEED=%d", seed);
         QRandomGenerator random(static_cast<quint32>(seed));
         int good = 0;
@@ -276,7 +225,6 @@ private Q_SLOTS:
             const auto again = StoreFile::decode(written, now);
             QVERIFY2(again && again->notes == content->notes, bytes);
             QVERIFY2(again->tombstones == content->tombstones, bytes);
-            QCOMPARE(StoreFile::encode(again->notes, again->tombstones), written);
         }
         QVERIFY(good > mutatedFiles / 100);
         QVERIFY(good < mutatedFiles);

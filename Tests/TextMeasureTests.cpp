@@ -7,21 +7,19 @@
 #include <QTextDocument>
 
 using namespace Brevio;
-using Platform::Fonts::Slant;
 
 class TextMeasureTests final : public QObject
 {
     Q_OBJECT
 
 private:
-    const QFont m_font = Platform::Fonts::baskerville(17.0, Slant::Upright, 16.0);
+    const QFont m_font = Platform::Fonts::baskerville(17.0, Platform::Fonts::Slant::Upright, 16.0);
     const double m_line = TextMeasure::lineHeight(m_font);
 
     double heightInADocument(const QString &text) const
     {
         QTextDocument document;
         document.setDefaultFont(m_font);
-        document.setUndoRedoEnabled(false);
         document.setPlainText(text);
         TextMeasure::applyLayout(document, m_font);
         document.setTextWidth(TextMeasure::containerWidth);
@@ -29,26 +27,11 @@ private:
     }
 
 private Q_SLOTS:
-    void linesAreCounted_data()
+    void everyLineIsAsTallAsTheNext()
     {
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<int>("lines");
-        QTest::newRow("empty") << QString() << 1;
-        QTest::newRow("final line feed") << QStringLiteral("a\n") << 2;
-        QTest::newRow("welcome note") // which a card has to hold
-            << QStringLiteral("Welcome to Brevio.\n\n⌘⇧Space — summon a card\n⌘↩ — keep it\n"
-                              "Esc — discard it\n⌘⇧K — pin (yellow dot)\nHold ⌥ — dictate\n"
-                              "⌘, — preferences\n\nCards expire in 7 days unless pinned.")
-            << 10;
-        QTest::newRow("line separator") << QStringLiteral("a\u2028b") << 2;
-        QTest::newRow("signs of another font") << QStringLiteral("⌘⇧↩⌥\n漢字\n→") << 3;
-    }
-
-    void linesAreCounted()
-    {
-        QFETCH(QString, text);
-        QFETCH(int, lines);
-        QCOMPARE(TextMeasure::usedHeight(text, m_font), lines * m_line);
+        for (const auto &[text, lines] :
+             {std::pair("", 1), {"a\n", 2}, {"a\u2028b", 2}, {"⌘⇧↩⌥\n漢字\n→", 3}})
+            QCOMPARE(TextMeasure::usedHeight(QString::fromUtf8(text), m_font), lines * m_line);
     }
 
     void aLineBreaksWhereItsPaddingBegins()
@@ -85,14 +68,6 @@ private Q_SLOTS:
                                             TextMeasure::containerWidth, 237.0) > 237.0);
         // Laying all of it out takes tens of seconds.
         QVERIFY2(timer.elapsed() < 500, qPrintable(QString::number(timer.elapsed())));
-    }
-
-    void fontsKeepFractionsOfAPoint()
-    {
-        for (const double points : {10.5, 17.0}) {
-            const QFont font = Platform::Fonts::baskerville(points, Slant::Italic, points);
-            QCOMPARE(Platform::Fonts::points(font), points);
-        }
     }
 };
 

@@ -13,8 +13,6 @@ constexpr QRect right{1280, 180, 1600, 900};
 
 } // namespace
 
-Q_DECLARE_METATYPE(std::vector<Strut>)
-
 class WorkAreaTests final : public QObject
 {
     Q_OBJECT
@@ -25,18 +23,19 @@ private Q_SLOTS:
         QTest::addColumn<std::vector<Strut>>("struts");
         QTest::addColumn<QRect>("leftRest");
         QTest::addColumn<QRect>("rightRest");
-        using Struts = std::vector<Strut>;
         QTest::newRow("two bars at the top of the left")
-            << Struts{{Qt::TopEdge, 30, 0, 600}, {Qt::TopEdge, 20, 601, 1279}}
+            << std::vector<Strut>{{Qt::TopEdge, 30, 0, 600}, {Qt::TopEdge, 20, 601, 1279}}
             << QRect(0, 30, 1280, 994) << right;
         QTest::newRow("a bar at the top of the lower monitor reserves from the desktop's edge on")
-            << Struts{{Qt::TopEdge, 210, 1280, 2879}} << left << QRect(1280, 210, 1600, 870);
-        QTest::newRow("a dock at the right")
-            << Struts{{Qt::RightEdge, 64, 180, 1079}} << left << QRect(1280, 180, 1536, 900);
+            << std::vector<Strut>{{Qt::TopEdge, 210, 1280, 2879}} << left
+            << QRect(1280, 210, 1600, 870);
+        QTest::newRow("a dock at the right") << std::vector<Strut>{{Qt::RightEdge, 64, 180, 1079}}
+                                             << left << QRect(1280, 180, 1536, 900);
         QTest::newRow("a bar at the bottom of the left, above the desktop's bottom")
-            << Struts{{Qt::BottomEdge, 96, 0, 1279}} << QRect(0, 0, 1280, 984) << right;
+            << std::vector<Strut>{{Qt::BottomEdge, 96, 0, 1279}} << QRect(0, 0, 1280, 984) << right;
         QTest::newRow("a dock at the inner edge spares the outer monitor")
-            << Struts{{Qt::LeftEdge, 1344, 180, 1079}} << left << QRect(1344, 180, 1536, 900);
+            << std::vector<Strut>{{Qt::LeftEdge, 1344, 180, 1079}} << left
+            << QRect(1344, 180, 1536, 900);
     }
 
     void barsTakeRoomOnlyFromTheMonitorTheyStandOn()

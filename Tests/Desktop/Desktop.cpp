@@ -6,6 +6,8 @@
 
 #include <array>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 constexpr const char *compositorSelection = "_NET_WM_CM_S0";
@@ -48,10 +50,10 @@ Desktop::Desktop(const DesktopOptions &options)
         if (machine.contains(QLatin1String(name)))
             m_environment.insert(QLatin1String(name), machine.value(QLatin1String(name)));
     }
-    m_environment.insert(QStringLiteral("HOME"), home());
-    m_environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("xcb"));
-    m_environment.insert(QStringLiteral("XDG_SESSION_TYPE"), QStringLiteral("x11"));
-    m_environment.insert(QStringLiteral("NO_AT_BRIDGE"), QStringLiteral("1"));
+    m_environment.insert(u"HOME"_s, home());
+    m_environment.insert(u"QT_QPA_PLATFORM"_s, u"xcb"_s);
+    m_environment.insert(u"XDG_SESSION_TYPE"_s, u"x11"_s);
+    m_environment.insert(u"NO_AT_BRIDGE"_s, u"1"_s);
     for (const char *name : {"XDG_DATA_HOME", "XDG_CONFIG_HOME", "XDG_CACHE_HOME", "XDG_STATE_HOME",
                              "XDG_RUNTIME_DIR", "TMPDIR"}) {
         QDir().mkpath(pathOf(name));
@@ -59,14 +61,11 @@ Desktop::Desktop(const DesktopOptions &options)
         m_environment.insert(QLatin1String(name), pathOf(name));
     }
 
-    const QString mode =
-        QStringLiteral("%1x%2x24").arg(options.size.width()).arg(options.size.height());
-    const QByteArray number =
-        startAndRead(m_server, QStringLiteral("Xvfb"),
-                     {QStringLiteral("-displayfd"), QStringLiteral("1"), QStringLiteral("-screen"),
-                      QStringLiteral("0"), mode, QStringLiteral("-nolisten"), QStringLiteral("tcp"),
-                      QStringLiteral("-noreset")});
-    m_environment.insert(QStringLiteral("DISPLAY"), u':' + QString::fromLatin1(number));
+    const QString mode = u"%1x%2x24"_s.arg(options.size.width()).arg(options.size.height());
+    const QByteArray number = startAndRead(m_server, u"Xvfb"_s,
+                                           {u"-displayfd"_s, u"1"_s, u"-screen"_s, u"0"_s, mode,
+                                            u"-nolisten"_s, u"tcp"_s, u"-noreset"_s});
+    m_environment.insert(u"DISPLAY"_s, u':' + QString::fromLatin1(number));
     m_seat = std::make_unique<Seat>(number.isEmpty() ? QByteArray("none") : ':' + number);
     if (!m_seat->isConnected()) {
         fail("Xvfb");
@@ -139,7 +138,7 @@ QJsonObject Desktop::defaults() const
 
 std::unique_ptr<Process> Desktop::start(const QString &program, const QStringList &arguments)
 {
-    const QString log = QStringLiteral("log%1-%2").arg(++m_logs).arg(QFileInfo(program).baseName());
+    const QString log = u"log%1-%2"_s.arg(++m_logs).arg(QFileInfo(program).baseName());
     return std::make_unique<Process>(program, arguments, m_environment, m_home.filePath(log));
 }
 
@@ -161,20 +160,14 @@ QByteArray Desktop::startAndRead(std::unique_ptr<Process> &process, const QStrin
     return address;
 }
 
-void Desktop::setMonitors(const std::vector<QRect> &monitors)
+void Desktop::setMonitors(const QStringList &monitors)
 {
-    // The server's only output, "screen", goes to the first; millimetres matter to nobody here.
-    for (std::size_t i = 0; i < monitors.size(); ++i) {
-        const QRect &area = monitors[i];
-        const auto xrandr = start(QStringLiteral("xrandr"),
-                                  {QStringLiteral("--setmonitor"),
-                                   QStringLiteral("%1monitor%2").arg(i == 0 ? u"*" : u"").arg(i),
-                                   QStringLiteral("%1/300x%2/200+%3+%4")
-                                       .arg(area.width())
-                                       .arg(area.height())
-                                       .arg(area.x())
-                                       .arg(area.y()),
-                                   i == 0 ? QStringLiteral("screen") : QStringLiteral("none")});
+    // The server's only output, "screen", goes to the first.
+    for (const auto &monitor : monitors) {
+        const bool isFirst = monitor == monitors.first();
+        const auto xrandr =
+            start(u"xrandr"_s, {u"--setmonitor"_s, isFirst ? u"*first"_s : u"second"_s, monitor,
+                                isFirst ? u"screen"_s : u"none"_s});
         if (!xrandr->waitForEnd() || xrandr->exitCode() != 0)
             fail("xrandr");
     }
@@ -187,13 +180,13 @@ void Desktop::startBus(SessionBus bus)
         const QString configuration = pathOf("bus.conf");
         write(configuration,
               QString::fromLatin1(busConfiguration).arg(pathOf("XDG_RUNTIME_DIR")).toUtf8());
-        address = startAndRead(m_bus, QStringLiteral("dbus-daemon"),
-                               {QStringLiteral("--config-file=") + configuration,
-                                QStringLiteral("--nofork"), QStringLiteral("--print-address=1")});
+        address = startAndRead(
+            m_bus, u"dbus-daemon"_s,
+            {u"--config-file="_s + configuration, u"--nofork"_s, u"--print-address=1"_s});
         if (address.isEmpty())
             fail("dbus-daemon");
     }
-    m_environment.insert(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"), QString::fromLatin1(address));
+    m_environment.insert(u"DBUS_SESSION_BUS_ADDRESS"_s, QString::fromLatin1(address));
 }
 
 void Desktop::startWindowManager(WindowManager manager)
@@ -201,18 +194,15 @@ void Desktop::startWindowManager(WindowManager manager)
     if (manager == WindowManager::None)
         return;
     const bool isOpenbox = manager == WindowManager::Openbox;
-    m_windowManager = isOpenbox
-                          ? start(QStringLiteral("openbox"), {QStringLiteral("--sm-disable")})
-                          : start(QStringLiteral("xfwm4"), {QStringLiteral("--compositor=off")});
+    m_windowManager = isOpenbox ? start(u"openbox"_s, {u"--sm-disable"_s})
+                                : start(u"xfwm4"_s, {u"--compositor=off"_s});
     if (!waitUntil([&] { return !m_seat->property(m_seat->root(), "_NET_WORKAREA").empty(); }))
         fail(isOpenbox ? "openbox" : "xfwm4");
 }
 
 void Desktop::startCompositor()
 {
-    m_compositor =
-        start(QStringLiteral("picom"), {QStringLiteral("--backend"), QStringLiteral("xrender"),
-                                        QStringLiteral("--config"), QStringLiteral("/dev/null")});
+    m_compositor = start(u"picom"_s, {u"--backend"_s, u"xrender"_s, u"--config"_s, u"/dev/null"_s});
     if (!waitUntil([&] { return m_seat->selectionOwner(compositorSelection) != 0; }))
         fail("picom");
 }
@@ -222,25 +212,11 @@ std::unique_ptr<Process> Desktop::startBrevio()
     return start(QStringLiteral(BREVIO_PROGRAM));
 }
 
-std::unique_ptr<Process> Desktop::startPanelHost()
+std::unique_ptr<Process> Desktop::startVictim()
 {
-    return start(QStringLiteral(PANEL_HOST_PROGRAM), {defaultsPath()});
-}
-
-std::unique_ptr<Process> Desktop::startVictim(const VictimOptions &options)
-{
-    const QRect &area = options.geometry;
-    auto victim = start(QStringLiteral(VICTIM_PROGRAM),
-                        {options.title,
-                         QStringLiteral("%1 %2 %3 %4")
-                             .arg(area.x())
-                             .arg(area.y())
-                             .arg(area.width())
-                             .arg(area.height()),
-                         options.isDock ? QStringLiteral("dock") : QStringLiteral("window"),
-                         options.grabbedChord});
-    const auto window = waitForWindow(options.title);
-    if (!options.isDock && m_windowManager)
+    auto victim = start(QStringLiteral(VICTIM_PROGRAM));
+    const auto window = waitForWindow(u"Victim"_s);
+    if (m_windowManager)
         (void)waitForFocus(window);
     return victim;
 }

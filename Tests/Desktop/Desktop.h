@@ -19,19 +19,8 @@ struct DesktopOptions
     Compositor compositor = Compositor::None;
     SessionBus sessionBus = SessionBus::Private;
     QSize size{1280, 800};
-    /// Empty: one, as large as the screen. The first is the primary one.
-    std::vector<QRect> monitors{};
-};
-
-/// A window of another program.
-struct VictimOptions
-{
-    QString title = QStringLiteral("Victim");
-    QRect geometry{600, 500, 300, 200};
-    /// Whether it is a bar along the top of the monitor it stands on, which reserves its room.
-    bool isDock = false;
-    /// A chord such as "ctrl+shift+space" that it keeps for itself; empty for none.
-    QString grabbedChord{};
+    /// As xrandr writes them; the first is the primary one. Empty: one, as large as the screen.
+    QStringList monitors{};
 };
 
 /// A whole desktop for one test: its own X server, window manager, session bus and home folder,
@@ -62,10 +51,8 @@ public:
 
     std::unique_ptr<Process> start(const QString &program, const QStringList &arguments = {});
     std::unique_ptr<Process> startBrevio();
-    /// The panel alone: obeys the lines show, hide, shake and alpha <number>.
-    std::unique_ptr<Process> startPanelHost();
-    /// Starts the window and waits until it is there and, unless it is a dock, has the keyboard.
-    std::unique_ptr<Process> startVictim(const VictimOptions &options = {});
+    /// Starts the other program and waits until its window is there and has the keyboard.
+    std::unique_ptr<Process> startVictim();
     void startCompositor();
     void stopCompositor() { m_compositor.reset(); }
 
@@ -78,7 +65,7 @@ private:
     /// Starts a part of the desktop that prints its address in one line.
     [[nodiscard]] QByteArray startAndRead(std::unique_ptr<Process> &process, const QString &program,
                                           const QStringList &arguments);
-    void setMonitors(const std::vector<QRect> &monitors);
+    void setMonitors(const QStringList &monitors);
     void startBus(SessionBus bus);
     void startWindowManager(WindowManager manager);
     void fail(const char *what);

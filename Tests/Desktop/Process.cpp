@@ -53,12 +53,6 @@ QByteArray Process::output() const
     return log.open(QIODevice::ReadOnly) ? log.readAll() : QByteArray();
 }
 
-void Process::tell(const QByteArray &line)
-{
-    m_process.write(line + '\n');
-    m_process.waitForBytesWritten(millisecondsOfPatience);
-}
-
 void Process::terminate()
 {
     if (m_process.state() != QProcess::NotRunning)

@@ -30,8 +30,6 @@ public:
     /// Everything it has printed so far.
     [[nodiscard]] QByteArray output() const;
 
-    /// Sends one line to its standard input.
-    void tell(const QByteArray &line);
     /// Asks it to end, without waiting.
     void terminate();
     /// Waits for the program to end by itself. False when it does not in time.

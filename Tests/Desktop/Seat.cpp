@@ -13,7 +13,6 @@ namespace {
 
 constexpr std::uint32_t longestProperty = 1U << 20;
 constexpr int dragSteps = 8;
-constexpr std::uint32_t sourcePager = 2;
 
 struct FreeReply
 {
@@ -25,16 +24,11 @@ struct FreeReply
     std::unique_ptr<name##_reply_t, FreeReply>(                                                    \
         name##_reply(connection, name(connection, __VA_ARGS__), nullptr))
 
-const QHash<QByteArray, const char *> modifierKeys = {{"ctrl", "Control_L"},
-                                                      {"shift", "Shift_L"},
-                                                      {"alt", "Alt_L"},
-                                                      {"super", "Super_L"},
-                                                      {"AltGr", "ISO_Level3_Shift"}};
+const QHash<QByteArray, const char *> modifierKeys = {
+    {"ctrl", "Control_L"}, {"shift", "Shift_L"}, {"alt", "Alt_L"}};
 
-const QHash<QByteArray, std::uint16_t> modifierMasks = {{"ctrl", XCB_MOD_MASK_CONTROL},
-                                                        {"shift", XCB_MOD_MASK_SHIFT},
-                                                        {"alt", XCB_MOD_MASK_1},
-                                                        {"super", XCB_MOD_MASK_4}};
+const QHash<QByteArray, std::uint16_t> modifierMasks = {
+    {"ctrl", XCB_MOD_MASK_CONTROL}, {"shift", XCB_MOD_MASK_SHIFT}, {"alt", XCB_MOD_MASK_1}};
 
 } // namespace
 
@@ -137,24 +131,39 @@ bool Seat::type(const QString &text)
     return true;
 }
 
-bool Seat::isTaken(const char *chord) const
+std::uint16_t Seat::modifiersOf(const char *chord)
 {
-    auto *c = m_connection->raw;
-    const auto keys = keysOf(chord);
     std::uint16_t mask = 0;
     for (const auto &part : QByteArray(chord).split('+'))
         mask |= modifierMasks.value(part);
+    return mask;
+}
+
+bool Seat::take(const char *chord)
+{
+    auto *c = m_connection->raw;
+    const auto keys = keysOf(chord);
+    if (keys.empty())
+        return false;
+    const std::unique_ptr<xcb_generic_error_t, FreeReply> error(
+        xcb_request_check(c, xcb_grab_key_checked(c, 0, m_root, modifiersOf(chord), keys.back(),
+                                                  XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC)));
+    return !error;
+}
+
+bool Seat::isTaken(const char *chord)
+{
+    auto *c = m_connection->raw;
+    const auto keys = keysOf(chord);
     if (keys.empty())
         return false;
     xcb_grab_server(c);
-    const std::unique_ptr<xcb_generic_error_t, FreeReply> error(
-        xcb_request_check(c, xcb_grab_key_checked(c, 0, m_root, mask, keys.back(),
-                                                  XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC)));
-    if (!error)
-        xcb_ungrab_key(c, keys.back(), m_root, mask);
+    const bool isFree = take(chord);
+    if (isFree)
+        xcb_ungrab_key(c, keys.back(), m_root, modifiersOf(chord));
     xcb_ungrab_server(c);
     xcb_flush(c);
-    return error != nullptr;
+    return !isFree;
 }
 
 void Seat::fake(std::uint8_t type, std::uint8_t detail, QPoint position)
@@ -170,30 +179,20 @@ void Seat::moveMouse(QPoint position)
     fake(XCB_MOTION_NOTIFY, 0, position);
 }
 
-void Seat::buttonDown(int button)
-{
-    fake(XCB_BUTTON_PRESS, static_cast<std::uint8_t>(button));
-}
-
-void Seat::buttonUp(int button)
-{
-    fake(XCB_BUTTON_RELEASE, static_cast<std::uint8_t>(button));
-}
-
 void Seat::click(QPoint position, int button)
 {
     moveMouse(position);
-    buttonDown(button);
-    buttonUp(button);
+    fake(XCB_BUTTON_PRESS, static_cast<std::uint8_t>(button));
+    fake(XCB_BUTTON_RELEASE, static_cast<std::uint8_t>(button));
 }
 
 void Seat::drag(QPoint from, QPoint to)
 {
     moveMouse(from);
-    buttonDown();
+    fake(XCB_BUTTON_PRESS, 1);
     for (int step = 1; step <= dragSteps; ++step)
         moveMouse(from + (to - from) * step / dragSteps);
-    buttonUp();
+    fake(XCB_BUTTON_RELEASE, 1);
 }
 
 std::uint32_t Seat::atom(const char *name) const
@@ -203,9 +202,9 @@ std::uint32_t Seat::atom(const char *name) const
     return reply ? reply->atom : 0;
 }
 
-QByteArray Seat::rawProperty(Window window, const char *name) const
+QByteArray Seat::text(Window window, const char *property) const
 {
-    const auto reply = REPLY(xcb_get_property, m_connection->raw, 0, window, atom(name),
+    const auto reply = REPLY(xcb_get_property, m_connection->raw, 0, window, atom(property),
                              XCB_GET_PROPERTY_TYPE_ANY, 0, longestProperty);
     if (!reply)
         return {};
@@ -215,18 +214,12 @@ QByteArray Seat::rawProperty(Window window, const char *name) const
 
 std::vector<std::uint32_t> Seat::property(Window window, const char *name) const
 {
-    const auto bytes = rawProperty(window, name);
+    const auto bytes = text(window, name);
     std::vector<std::uint32_t> values(static_cast<std::size_t>(bytes.size()) /
                                       sizeof(std::uint32_t));
     std::copy_n(bytes.constData(), values.size() * sizeof(std::uint32_t),
                 reinterpret_cast<char *>(values.data()));
     return values;
-}
-
-Seat::Window Seat::activeWindow() const
-{
-    const auto values = property(m_root, "_NET_ACTIVE_WINDOW");
-    return values.empty() ? 0 : values.front();
 }
 
 Seat::Window Seat::focus() const
@@ -246,13 +239,14 @@ std::vector<Seat::Window> Seat::children(Window window) const
     return {list, list + xcb_query_tree_children_length(reply.get())};
 }
 
-Seat::Window Seat::find(const QString &wanted) const
+Seat::Window Seat::find(const QString &title) const
 {
+    const auto name = title.toUtf8();
     std::vector<Window> open = children(m_root);
     while (!open.empty()) {
         const Window window = open.back();
         open.pop_back();
-        if (title(window) == wanted && isVisible(window))
+        if (text(window, "_NET_WM_NAME") == name && isVisible(window))
             return window;
         const auto inner = children(window);
         open.insert(open.end(), inner.begin(), inner.end());
@@ -277,17 +271,6 @@ QRect Seat::geometry(Window window) const
     return {corner->dst_x, corner->dst_y, size->width, size->height};
 }
 
-QString Seat::title(Window window) const
-{
-    return QString::fromUtf8(rawProperty(window, "_NET_WM_NAME"));
-}
-
-QStringList Seat::classOf(Window window) const
-{
-    return QString::fromLatin1(rawProperty(window, "WM_CLASS"))
-        .split(QChar(u'\0'), Qt::SkipEmptyParts);
-}
-
 QStringList Seat::states(Window window) const
 {
     QStringList names;
@@ -308,41 +291,12 @@ Seat::Window Seat::selectionOwner(const char *name) const
     return reply ? reply->owner : 0;
 }
 
-void Seat::setRootProperty(const char *name, const std::vector<std::uint32_t> &values)
+void Seat::setProperty(Window window, const char *name, const std::vector<std::uint32_t> &values)
 {
-    xcb_change_property(m_connection->raw, XCB_PROP_MODE_REPLACE, m_root, atom(name),
+    xcb_change_property(m_connection->raw, XCB_PROP_MODE_REPLACE, window, atom(name),
                         XCB_ATOM_CARDINAL, 32, static_cast<std::uint32_t>(values.size()),
                         values.data());
     xcb_flush(m_connection->raw);
-}
-
-void Seat::tellManager(Window window, const char *message, const std::vector<std::uint32_t> &values)
-{
-    xcb_client_message_event_t event{};
-    event.response_type = XCB_CLIENT_MESSAGE;
-    event.format = 32;
-    event.window = window;
-    event.type = atom(message);
-    std::copy(values.begin(), values.end(), event.data.data32);
-    xcb_send_event(m_connection->raw, 0, m_root,
-                   XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT | XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY,
-                   reinterpret_cast<const char *>(&event));
-    xcb_flush(m_connection->raw);
-}
-
-void Seat::activate(Window window)
-{
-    tellManager(window, "_NET_ACTIVE_WINDOW", {sourcePager, 0, 0});
-}
-
-void Seat::close(Window window)
-{
-    tellManager(window, "_NET_CLOSE_WINDOW", {0, sourcePager});
-}
-
-void Seat::switchToDesktop(unsigned int index)
-{
-    tellManager(m_root, "_NET_CURRENT_DESKTOP", {index, 0});
 }
 
 QImage Seat::picture(QRect part) const

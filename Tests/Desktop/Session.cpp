@@ -5,10 +5,11 @@
 #include <QJsonDocument>
 #include <QUuid>
 
+using namespace Qt::StringLiterals;
 namespace {
 
 constexpr const char *shortcut = "ctrl+shift+space";
-const auto cardTitle = QStringLiteral("Brevio");
+const auto cardTitle = u"Brevio"_s;
 const QColor tileInLight(251, 246, 230);
 constexpr QPoint inFirstTile(20, 85); // and left of the card's text
 
@@ -22,7 +23,7 @@ Session::Session(const DesktopOptions &options, const Prepare &prepare)
         return;
     prepare(desktop);
     victim = desktop.startVictim();
-    victimWindow = desktop.waitForWindow(QStringLiteral("Victim"));
+    victimWindow = desktop.waitForWindow(u"Victim"_s);
     if (options.windowManager == WindowManager::None)
         seat.click(seat.geometry(victimWindow).center());
     startBrevio();
@@ -55,8 +56,12 @@ bool Session::cardIsUp()
 
 bool Session::cardIsGone()
 {
-    return waitUntil([this] { return seat.find(cardTitle) == 0; }) &&
-           desktop.waitForFocus(victimWindow);
+    return waitUntil([this] { return card() == 0; }) && desktop.waitForFocus(victimWindow);
+}
+
+Seat::Window Session::card() const
+{
+    return seat.find(cardTitle);
 }
 
 bool Session::openGrid()
@@ -77,7 +82,7 @@ bool Session::sheetIs(const QColor &color)
 
 QPoint Session::on(QPoint point)
 {
-    return seat.geometry(seat.find(cardTitle)).topLeft() + point;
+    return seat.geometry(card()).topLeft() + point;
 }
 
 bool Session::storeHolds(const QStringList &bodies)
@@ -96,14 +101,13 @@ QByteArray Session::storeOf(const QStringList &bodies)
     const auto now = QDateTime::currentDateTimeUtc();
     for (const auto &body : bodies) {
         const QString time = now.addSecs(-1 - notes.size()).toString(Qt::ISODate);
-        notes.append(
-            QJsonObject{{QStringLiteral("body"), body},
-                        {QStringLiteral("createdAt"), time},
-                        {QStringLiteral("id"), QUuid::createUuid().toString(QUuid::WithoutBraces)},
-                        {QStringLiteral("isPinned"), false},
-                        {QStringLiteral("lastEditedAt"), time}});
+        notes.append(QJsonObject{{u"body"_s, body},
+                                 {u"createdAt"_s, time},
+                                 {u"id"_s, QUuid::createUuid().toString(QUuid::WithoutBraces)},
+                                 {u"isPinned"_s, false},
+                                 {u"lastEditedAt"_s, time}});
     }
-    return QJsonDocument(QJsonObject{{QStringLiteral("notes"), notes}}).toJson();
+    return QJsonDocument(QJsonObject{{u"notes"_s, notes}}).toJson();
 }
 
 void Session::leaveEmptyStore(Desktop &desktop)

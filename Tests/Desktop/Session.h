@@ -21,6 +21,8 @@ public:
     /// Presses the shortcut; true once the card is there and has the keyboard.
     [[nodiscard]] bool summon();
     [[nodiscard]] bool cardIsUp();
+    /// The card's window; 0 while it is hidden.
+    [[nodiscard]] Seat::Window card() const;
     /// Whether the card is gone and the other program has the keyboard again.
     [[nodiscard]] bool cardIsGone();
     /// Opens the grid, which holds a note, by the button, which need not be seen yet. The tiles

@@ -10,17 +10,22 @@
 class FakeHotKeys final : public Platform::HotKeys
 {
 public:
-    struct Combination
-    {
-        std::uint32_t keyCode = 0;
-        Platform::ModifierFlags modifiers = 0;
-        friend bool operator==(const Combination &, const Combination &) = default;
-    };
+    using Combination = std::pair<std::uint32_t, Platform::ModifierFlags>;
 
     bool isSupported() const override { return true; }
     Status registerHotKey(Platform::HotKeyId id, std::uint32_t keyCode,
-                          Platform::ModifierFlags modifiers) override;
-    void unregisterHotKey(Platform::HotKeyId id) override;
+                          Platform::ModifierFlags modifiers) override
+    {
+        m_log << (m_answer == success ? u'+' : u'!') + QString::number(id.id);
+        if (m_answer == success)
+            m_registered.insert_or_assign(id, Combination{keyCode, modifiers});
+        return m_answer;
+    }
+    void unregisterHotKey(Platform::HotKeyId id) override
+    {
+        m_log << u'-' + QString::number(id.id);
+        m_registered.erase(id);
+    }
 
     // The inspection side.
 
@@ -29,18 +34,19 @@ public:
     /// Presses or releases the keys; nothing happens unless they are registered.
     void press(Combination keys) { send(keys, Platform::HotKeyEvent::Kind::Pressed); }
     void release(Combination keys) { send(keys, Platform::HotKeyEvent::Kind::Released); }
-    /// Announces an event of any id, registered or not.
-    void deliver(const Platform::HotKeyEvent &event) { announce(event); }
-    [[nodiscard]] const std::map<Platform::HotKeyId, Combination> &registered() const
-    {
-        return m_registered;
-    }
-    /// The calls so far: "+id" for a registration that was granted, "!id" for one that was refused,
-    /// "-id" for the end of one.
-    [[nodiscard]] QStringList takeLog() { return std::exchange(m_log, {}); }
+    /// The calls since the last question, "+1 -1" for example: "+id" for a registration that was
+    /// granted, "!id" for one that was refused, "-id" for the end of one.
+    [[nodiscard]] QString takeLog() { return std::exchange(m_log, {}).join(u' '); }
 
 private:
-    void send(Combination keys, Platform::HotKeyEvent::Kind kind);
+    void send(Combination keys, Platform::HotKeyEvent::Kind kind)
+    {
+        const auto registered = m_registered;
+        for (const auto &[id, combination] : registered) {
+            if (combination == keys)
+                announce({id, kind});
+        }
+    }
 
     Status m_answer = success;
     std::map<Platform::HotKeyId, Combination> m_registered;

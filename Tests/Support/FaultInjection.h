@@ -14,25 +14,22 @@
 #include <unistd.h>
 
 /// Stands between the program and the kernel: defines the file functions of the C library for the
-/// whole executable, so that a test can let any single call fail, write short, or be the last
+/// whole executable, so that a test can let any single call fail, or be the last
 /// thing the process does. Include it in exactly one source of a test executable. Passive until
 /// armed; not for threads.
 namespace FaultInjection {
 
-struct Plan
-{
-    int atCall = 0;           ///< which call is hit, counted from 1; 0 hits none and only counts
-    int error = 0;            ///< what it fails with; 0 kills the process instead
-    bool shortWrites = false; ///< every write takes seven bytes at most
-};
-
-inline Plan plan;
 inline int calls = -1; ///< since the latest arming; negative while passive
+inline int hitCall = 0;
+inline int hitError = 0;
 
-inline void arm(const Plan &next)
+/// Hits the call with this number, counted from 1: it fails with the error, or kills the process
+/// when that is 0. Until disarmed, every write takes a part of what it is given at most.
+inline void arm(int call, int error)
 {
-    plan = next;
     calls = 0;
+    hitCall = call;
+    hitError = error;
 }
 
 /// Returns how many calls there were.
@@ -41,20 +38,15 @@ inline int disarm()
     return std::exchange(calls, -1);
 }
 
-inline bool isHit()
-{
-    return calls >= 0 && ++calls == plan.atCall;
-}
-
 /// The system call, unless it is the one that is hit.
 template <class... Arguments>
 long call(long number, Arguments... arguments)
 {
-    if (!isHit())
+    if (calls < 0 || ++calls != hitCall)
         return ::syscall(number, arguments...);
-    if (plan.error == 0)
+    if (hitError == 0)
         std::raise(SIGKILL);
-    errno = plan.error;
+    errno = hitError;
     return -1;
 }
 
@@ -90,13 +82,8 @@ ssize_t read(int file, void *bytes, size_t size)
 
 ssize_t write(int file, const void *bytes, size_t size)
 {
-    using namespace FaultInjection;
-    if (calls >= 0 && plan.shortWrites)
-        size = std::min<size_t>(size, 7);
-    // Dying in the middle of the work leaves a part of it.
-    if (calls + 1 == plan.atCall && calls >= 0 && plan.error == 0)
-        (void)!::syscall(SYS_write, file, bytes, size / 2);
-    return call(SYS_write, file, bytes, size);
+    const size_t most = FaultInjection::calls < 0 ? size : 20'000;
+    return FaultInjection::call(SYS_write, file, bytes, std::min(size, most));
 }
 
 int fsync(int file)
