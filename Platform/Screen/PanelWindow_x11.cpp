@@ -95,8 +95,7 @@ void X11PanelWindow::cutCorners()
     QPainter painter(&mask);
     painter.setPen(Qt::NoPen);
     painter.setBrush(Qt::color1);
-    const double radius =
-        m_cornerRadius + (isComposed() ? -outsideSmoothEdge : insideSmoothEdge);
+    const double radius = m_cornerRadius + (isComposed() ? -outsideSmoothEdge : insideSmoothEdge);
     painter.drawRoundedRect(QRectF(m_window.rect()), radius, radius);
     painter.end();
     m_window.setMask(mask);
