@@ -1,0 +1,29 @@
+#pragma once
+
+#include <QStringList>
+
+#include <functional>
+
+class QWidget;
+
+namespace Platform {
+
+/// A short message with buttons, named from left to right by what they do.
+struct Alert
+{
+    QString message;
+    /// A sentence or two in plain type below the message; empty for none.
+    QString explanation{};
+    QStringList buttons;
+    /// The button that Return presses.
+    int defaultButton = 0;
+    /// The button that Escape, or closing the alert, presses.
+    int escapeButton = 0;
+};
+
+/// Shows the alert as a sheet on the window, which takes no input until it is answered; null shows
+/// it free-standing. Returns at once; `answered`, which may be empty, is called with the index of
+/// the button when the sheet has gone, and never when the window went first. Main thread only.
+void showAlert(QWidget *window, const Alert &alert, std::function<void(int button)> answered = {});
+
+} // namespace Platform
