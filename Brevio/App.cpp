@@ -1,7 +1,11 @@
 #include "Brevio/App.h"
 
 #include "Brevio/CardController.h"
+#include "Brevio/CardPanel.h"
+#include "Brevio/GridContentView.h"
 #include "Brevio/NoteStore.h"
+#include "Brevio/PreferencesView.h"
+#include "Brevio/PreferencesWindow.h"
 #include "Brevio/Settings.h"
 #include "KeyboardShortcuts/KeyboardShortcuts.h"
 #include "Platform/Core/NotificationCenter.h"
@@ -10,10 +14,12 @@
 #include "Platform/Keyboard/KeyboardLayout.h"
 #include "Platform/Keyboard/MenuTracking.h"
 #include "Platform/Screen/Appearance.h"
+#include "Platform/Screen/OrdinaryWindow.h"
 #include "Platform/Screen/Screens.h"
 #include "Platform/Storage/UserDefaults.h"
 
 #include <QApplication>
+#include <QMenu>
 
 namespace Brevio {
 
@@ -46,8 +52,55 @@ void AppDelegate::applicationDidFinishLaunching()
     m_controller = std::make_unique<CardController>(
         *m_store, *m_settings,
         CardController::Services{*m_appearance, queue, *m_screens, UserDefaults::standard()});
+    buildMainMenu();
+    lendMenuKeys(m_controller->panel());
+    observeSettings();
+
     if (m_store->pendingWelcomeID())
         m_controller->showFreshCard();
+    else
+        showPreferences();
+}
+
+void AppDelegate::observeSettings()
+{
+    m_subscriptions.push_back(
+        m_settings->showInMenuBar.onChange([this](bool) { m_settings->save(); }));
+    m_subscriptions.push_back(
+        m_settings->startAtLogin.onChange([this](bool) { m_settings->save(); }));
+}
+
+void AppDelegate::showPreferences()
+{
+    if (!m_preferencesWindow) {
+        auto *form = new PreferencesView(
+            *m_settings, MainQueue::main(), [this] { restoreWelcomeNote(); },
+            [this] { menuCheckForUpdates(); });
+        m_preferencesWindow = std::make_unique<PreferencesWindow>(form);
+        lendMenuKeys(*m_preferencesWindow);
+    }
+    m_preferencesWindow->present();
+}
+
+void AppDelegate::restoreWelcomeNote()
+{
+    m_store->restoreWelcomeNote();
+    if (controller().mode() == CardMode::Grid)
+        controller().grid().reload(m_store->notes(), controller().activeNoteID());
+}
+
+void AppDelegate::menuCheckForUpdates() {}
+
+void AppDelegate::hide()
+{
+    controller().hide();
+    if (m_preferencesWindow)
+        m_preferencesWindow->hide();
+}
+
+void AppDelegate::hideOthers()
+{
+    Platform::OrdinaryWindow::hideOthers();
 }
 
 CardController &AppDelegate::controller() const

@@ -1,6 +1,12 @@
 #pragma once
 
+#include "Platform/Core/Observable.h"
+
 #include <memory>
+#include <vector>
+
+class QMenu;
+class QWidget;
 
 namespace Platform {
 class Appearance;
@@ -14,25 +20,50 @@ namespace Brevio {
 
 class CardController;
 class NoteStore;
+class PreferencesWindow;
 class Settings;
 
-/// The application: owns the store, the settings and, once launched, the card controller, for the
-/// life of the process. Construction loads the store; nothing is shown before
-/// applicationDidFinishLaunching(). Main thread only.
+/// The application: owns the store, the settings and, once launched, the card controller, the menus
+/// and the preferences window, for the life of the process. Construction loads the store; nothing
+/// is shown before applicationDidFinishLaunching(). Main thread only.
 class AppDelegate final
 {
 public:
     AppDelegate();
     ~AppDelegate();
 
-    /// Called once, from inside the running event loop. Shows the welcome card on a first run;
-    /// later launches wait for the shortcut.
+    /// Called once, from inside the running event loop. Shows the welcome card on a first run, the
+    /// preferences on later ones.
     void applicationDidFinishLaunching();
+    /// The user has opened the running program again.
+    void applicationShouldHandleReopen() { showPreferences(); }
 
     [[nodiscard]] NoteStore &store() const { return *m_store; }
+    /// Asking before the launch has finished is a programming error and stops the process.
     [[nodiscard]] CardController &controller() const;
 
+    // What the menus do.
+    void menuSummon();
+    /// Ends with the panel open in grid mode.
+    void menuGrid();
+    void menuPin();
+    void menuCheckForUpdates();
+    void menuQuit();
+    /// One window, made when it is first asked for.
+    void showPreferences();
+    /// Takes the program's windows away; the card's text stays in the store.
+    void hide();
+    void hideOthers();
+
 private:
+    void observeSettings();
+    void restoreWelcomeNote();
+
+    void buildMainMenu();
+    /// Makes the main menu's keys work in the window.
+    void lendMenuKeys(QWidget &window) const;
+    void rebuildStatusMenu(QMenu &menu);
+
     // What the desktop provides; outlives everything below it.
     std::unique_ptr<Platform::Appearance> m_appearance;
     std::unique_ptr<Platform::Screens> m_screens;
@@ -42,7 +73,10 @@ private:
 
     std::unique_ptr<NoteStore> m_store;
     std::unique_ptr<Settings> m_settings;
-    std::unique_ptr<CardController> m_controller; ///< empty until launched
+    std::unique_ptr<CardController> m_controller;           ///< empty until launched
+    std::unique_ptr<QMenu> m_mainMenu;                      ///< never shown; empty until launched
+    std::unique_ptr<PreferencesWindow> m_preferencesWindow; ///< empty until first shown
+    std::vector<Platform::Subscription> m_subscriptions;
 };
 
 /// Where the process enters.

@@ -283,6 +283,12 @@ void CardController::enterGridMode()
     crossFade(0.0, 1.0, [this] { m_root->setHidden(Face::Card, true); });
 }
 
+void CardController::hide()
+{
+    flushTextToStore();
+    orderOut();
+}
+
 void CardController::exitGridMode(std::optional<QUuid> focusing, bool newCard)
 {
     if (newCard) {

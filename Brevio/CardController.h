@@ -74,6 +74,8 @@ public:
     /// Pins or unpins the active note; nothing on a blank new card.
     void togglePinOnActive();
     void enterGridMode();
+    /// Takes the panel away without a word and keeps what is on the card.
+    void hide();
 
 private:
     void installViewCallbacks();

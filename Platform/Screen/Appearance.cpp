@@ -48,6 +48,30 @@ std::optional<ColorScheme> statedScheme(QVariant value)
     }
 }
 
+/// A neutral palette for a desktop that states a scheme and has no palette to go with it.
+QPalette neutralPalette(ColorScheme scheme)
+{
+    const bool dark = scheme == ColorScheme::Dark;
+    const QColor window = dark ? QColor(0x24, 0x24, 0x26) : QColor(0xf2, 0xf2, 0xf3);
+    const QColor text = dark ? QColor(0xf0, 0xf0, 0xf0) : QColor(0x1e, 0x1e, 0x1e);
+    QPalette palette(dark ? QColor(0x3c, 0x3c, 0x3f) : QColor(0xfa, 0xfa, 0xfb), window);
+    for (const auto role :
+         {QPalette::WindowText, QPalette::Text, QPalette::ButtonText, QPalette::ToolTipText}) {
+        palette.setColor(role, text);
+        palette.setColor(QPalette::Disabled, role, dark ? QColor(0x88, 0x88, 0x88) : Qt::gray);
+    }
+    QColor placeholder = text;
+    placeholder.setAlphaF(0.5F);
+    palette.setColor(QPalette::PlaceholderText, placeholder);
+    palette.setColor(QPalette::Base, dark ? QColor(0x1c, 0x1c, 0x1e) : QColor(Qt::white));
+    palette.setColor(QPalette::AlternateBase, window);
+    palette.setColor(QPalette::ToolTipBase, palette.color(QPalette::Base));
+    palette.setColor(QPalette::Highlight, QColor(0x2f, 0x7c, 0xd8));
+    palette.setColor(QPalette::HighlightedText, Qt::white);
+    palette.setColor(QPalette::Link, dark ? QColor(0x6c, 0xb0, 0xff) : QColor(0x1a, 0x5f, 0xb4));
+    return palette;
+}
+
 ColorScheme paletteScheme()
 {
     const QPalette palette = QGuiApplication::palette();
@@ -115,7 +139,16 @@ private:
     void setStated(std::optional<ColorScheme> stated)
     {
         m_stated = stated;
+        matchPalette();
         update();
+    }
+
+    void matchPalette()
+    {
+        // The desktop's own palette comes back first: it may suit the new scheme.
+        QGuiApplication::setPalette(QPalette());
+        if (m_stated && *m_stated != paletteScheme())
+            QGuiApplication::setPalette(neutralPalette(*m_stated));
     }
 
     void update()

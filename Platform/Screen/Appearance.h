@@ -39,7 +39,9 @@ class Appearance : public QObject
 public:
     [[nodiscard]] virtual ColorScheme scheme() const = 0;
 
-    /// Follows the desktop: its stated preference, else whether its palette is dark. Never null.
+    /// Follows the desktop: its stated preference, else whether its palette is dark. Where the two
+    /// differ the program's palette is made to match, so that menus and ordinary windows look as
+    /// the cards do. Never null.
     [[nodiscard]] static std::unique_ptr<Appearance> createForDesktop();
 
 Q_SIGNALS:

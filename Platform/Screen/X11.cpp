@@ -119,6 +119,31 @@ bool Server::hasManager() const
     return !named.empty() && values(named.front(), mark) == named;
 }
 
+std::uint32_t Server::time() const
+{
+    // The time comes with an event, and Qt reads all events of its own connection.
+    struct Disconnect
+    {
+        void operator()(xcb_connection_t *connection) const { xcb_disconnect(connection); }
+    };
+    const std::unique_ptr<xcb_connection_t, Disconnect> own(xcb_connect(nullptr, nullptr));
+    if (xcb_connection_has_error(own.get()) != 0)
+        return 0;
+    const auto window = xcb_generate_id(own.get());
+    const std::uint32_t wanted = XCB_EVENT_MASK_PROPERTY_CHANGE;
+    xcb_create_window(own.get(), XCB_COPY_FROM_PARENT, window, m_root, 0, 0, 1, 1, 0,
+                      XCB_WINDOW_CLASS_INPUT_ONLY, XCB_COPY_FROM_PARENT, XCB_CW_EVENT_MASK,
+                      &wanted);
+    xcb_change_property(own.get(), XCB_PROP_MODE_APPEND, window, XCB_ATOM_WM_NAME, XCB_ATOM_STRING,
+                        8, 0, nullptr);
+    xcb_flush(own.get());
+    while (const ReplyPointer<xcb_generic_event_t> event{xcb_wait_for_event(own.get())}) {
+        if (event->response_type == XCB_PROPERTY_NOTIFY)
+            return reinterpret_cast<const xcb_property_notify_event_t *>(event.get())->time;
+    }
+    return 0;
+}
+
 Window Server::focus() const
 {
     const ReplyPointer<xcb_get_input_focus_reply_t> reply(

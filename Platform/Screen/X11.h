@@ -55,6 +55,10 @@ public:
     /// Whether a window manager runs that does as it is told.
     [[nodiscard]] bool hasManager() const;
 
+    /// The server's clock, in milliseconds; 0 when it cannot be told. Takes a connection of its own
+    /// for a moment, so not for a path that must be fast.
+    [[nodiscard]] std::uint32_t time() const;
+
     [[nodiscard]] Window focus() const;
     /// Without a window manager's help. Nothing happens when the window is gone.
     void setFocus(Window window, std::uint32_t time) const;

@@ -1,0 +1,143 @@
+// The application's menus: the main menu, which is never shown and only lends its keys to the
+// program's windows, and the menu of the tray icon.
+
+#include "Brevio/App.h"
+
+#include "Brevio/CardController.h"
+#include "Brevio/CardPanel.h"
+#include "KeyboardShortcuts/NSMenuItem++.h"
+#include "KeyboardShortcuts/Name.h"
+#include "Platform/Screen/OrdinaryWindow.h"
+
+#include <QApplication>
+#include <QMenu>
+
+namespace Brevio {
+
+namespace {
+
+using Command = void (AppDelegate::*)();
+
+struct Item
+{
+    const char *title; ///< null for a separator
+    Command command;
+    const char *slot; ///< of the widget with the keyboard, for an item without a command
+    QKeyCombination key;
+};
+
+const QKeyCombination noKey = QKeyCombination::fromCombined(0);
+constexpr QKeyCombination ctrl(Qt::Key key)
+{
+    return Qt::CTRL | key;
+}
+
+// clang-format off
+const Item applicationItems[] = {
+    {QT_TRANSLATE_NOOP("Menu", "Preferences…"), &AppDelegate::showPreferences, nullptr, ctrl(Qt::Key_Comma)},
+    {nullptr, nullptr, nullptr, noKey},
+    {QT_TRANSLATE_NOOP("Menu", "Hide Brevio"),  &AppDelegate::hide,            nullptr, ctrl(Qt::Key_H)},
+    {QT_TRANSLATE_NOOP("Menu", "Hide Others"),  &AppDelegate::hideOthers,      nullptr, Qt::CTRL | Qt::ALT | Qt::Key_H},
+    {nullptr, nullptr, nullptr, noKey},
+    {QT_TRANSLATE_NOOP("Menu", "Quit Brevio"),  &AppDelegate::menuQuit,        nullptr, ctrl(Qt::Key_Q)},
+};
+
+const Item editItems[] = {
+    {QT_TRANSLATE_NOOP("Menu", "Undo"),       nullptr, "undo",      ctrl(Qt::Key_Z)},
+    {QT_TRANSLATE_NOOP("Menu", "Redo"),       nullptr, "redo",      Qt::CTRL | Qt::SHIFT | Qt::Key_Z},
+    {nullptr, nullptr, nullptr, noKey},
+    {QT_TRANSLATE_NOOP("Menu", "Cut"),        nullptr, "cut",       ctrl(Qt::Key_X)},
+    {QT_TRANSLATE_NOOP("Menu", "Copy"),       nullptr, "copy",      ctrl(Qt::Key_C)},
+    {QT_TRANSLATE_NOOP("Menu", "Paste"),      nullptr, "paste",     ctrl(Qt::Key_V)},
+    {nullptr, nullptr, nullptr, noKey},
+    {QT_TRANSLATE_NOOP("Menu", "Select All"), nullptr, "selectAll", ctrl(Qt::Key_A)},
+};
+
+const Item statusItems[] = {
+    {QT_TRANSLATE_NOOP("Menu", "New Card"),           &AppDelegate::menuSummon,          nullptr, noKey},
+    {QT_TRANSLATE_NOOP("Menu", "Show All Cards"),     &AppDelegate::menuGrid,            nullptr, noKey},
+    {QT_TRANSLATE_NOOP("Menu", "Pin Active Card"),    &AppDelegate::menuPin,             nullptr, Qt::CTRL | Qt::SHIFT | Qt::Key_K},
+    {nullptr, nullptr, nullptr, noKey},
+    {QT_TRANSLATE_NOOP("Menu", "Preferences…"),       &AppDelegate::showPreferences,     nullptr, ctrl(Qt::Key_Comma)},
+    {QT_TRANSLATE_NOOP("Menu", "Check for Updates…"), &AppDelegate::menuCheckForUpdates, nullptr, noKey},
+    {nullptr, nullptr, nullptr, noKey},
+    {QT_TRANSLATE_NOOP("Menu", "Quit Brevio"),        &AppDelegate::menuQuit,            nullptr, ctrl(Qt::Key_Q)},
+};
+// clang-format on
+
+/// What the widget with the keyboard does not know to do, it does not do.
+void sendToFocus(const char *slot)
+{
+    QWidget *focused = QApplication::focusWidget();
+    if (focused && focused->metaObject()->indexOfMethod(QByteArray(slot) + "()") >= 0)
+        QMetaObject::invokeMethod(focused, slot);
+}
+
+template <std::size_t count>
+void fill(QMenu &menu, const Item (&items)[count], AppDelegate &app)
+{
+    for (const Item &item : items) {
+        if (item.title == nullptr) {
+            menu.addSeparator();
+            continue;
+        }
+        auto *action = menu.addAction(QCoreApplication::translate("Menu", item.title));
+        action->setShortcut(item.key == noKey ? QKeySequence() : QKeySequence(item.key));
+        QObject::connect(action, &QAction::triggered, action, [&app, &item] {
+            if (item.command != nullptr)
+                (app.*item.command)();
+            else
+                sendToFocus(item.slot);
+        });
+    }
+}
+
+} // namespace
+
+void AppDelegate::buildMainMenu()
+{
+    m_mainMenu = std::make_unique<QMenu>();
+    fill(*m_mainMenu->addMenu(QString()), applicationItems, *this);
+    fill(*m_mainMenu->addMenu(QCoreApplication::translate("Menu", "Edit")), editItems, *this);
+}
+
+void AppDelegate::lendMenuKeys(QWidget &window) const
+{
+    window.addActions(m_mainMenu->actions());
+}
+
+void AppDelegate::rebuildStatusMenu(QMenu &menu)
+{
+    menu.clear();
+    fill(menu, statusItems, *this);
+    KeyboardShortcuts::setShortcutFor(*menu.actions().constFirst(),
+                                      KeyboardShortcuts::Name::summon());
+}
+
+void AppDelegate::menuSummon()
+{
+    Platform::OrdinaryWindow::noteUserAction();
+    controller().toggleSummon();
+}
+
+void AppDelegate::menuGrid()
+{
+    Platform::OrdinaryWindow::noteUserAction();
+    if (!controller().panel().isVisible())
+        controller().toggleSummon();
+    if (controller().mode() == CardMode::Card)
+        controller().enterGridMode();
+}
+
+void AppDelegate::menuPin()
+{
+    controller().togglePinOnActive();
+}
+
+void AppDelegate::menuQuit()
+{
+    // Not quit(), which asks the windows first, and closing one of ours only hides it.
+    QCoreApplication::exit(0);
+}
+
+} // namespace Brevio
