@@ -18,20 +18,44 @@ constexpr QPoint inFirstTile(20, 85); // and left of the card's text
 Session::Session(const DesktopOptions &options, const Prepare &prepare)
     : desktop(options)
     , seat(desktop.seat())
+    , m_windowManager(options.windowManager)
 {
     if (!desktop.problem().isEmpty())
         return;
     prepare(desktop);
     victim = desktop.startVictim();
     victimWindow = desktop.waitForWindow(u"Victim"_s);
-    if (options.windowManager == WindowManager::None)
-        seat.click(seat.geometry(victimWindow).center());
+    (void)letVictimHaveKeyboard();
     startBrevio();
 }
 
 bool Session::isReady()
 {
-    return desktop.problem().isEmpty() && shortcutIsInForce();
+    return desktop.problem().isEmpty() && shortcutIsInForce() && putPreferencesAway();
+}
+
+bool Session::putPreferencesAway()
+{
+    if (!waitUntil([this] { return card() != 0 || preferences() != 0; }))
+        return false;
+    if (card() != 0)
+        return true;
+    if (!desktop.waitForFocus(preferences()) || !seat.press("Escape") ||
+        !waitUntil([this] { return preferences() == 0; }))
+        return false;
+    return letVictimHaveKeyboard();
+}
+
+/// Without a window manager only a click can move the keyboard, and one that comes in the instant in
+/// which another window goes is too early.
+bool Session::letVictimHaveKeyboard()
+{
+    const QPoint corner = seat.geometry(victimWindow).bottomRight() - QPoint(9, 9);
+    return waitUntil([&] {
+        if (m_windowManager == WindowManager::None)
+            seat.click(corner);
+        return seat.focus() == victimWindow;
+    });
 }
 
 void Session::startBrevio()
@@ -57,6 +81,11 @@ bool Session::cardIsUp()
 bool Session::cardIsGone()
 {
     return waitUntil([this] { return card() == 0; }) && desktop.waitForFocus(victimWindow);
+}
+
+Seat::Window Session::preferences() const
+{
+    return seat.find(u"Brevio Preferences"_s);
 }
 
 Seat::Window Session::card() const

@@ -12,7 +12,8 @@ public:
     /// Without a preparation the store is there and empty, so that no card comes up by itself.
     explicit Session(const DesktopOptions &options = {}, const Prepare &prepare = leaveEmptyStore);
 
-    /// Whether everything has started and the shortcut is in force.
+    /// Whether everything has started, the shortcut is in force, and nothing covers the other
+    /// program but the card of a first run: the preferences of a later one are put away.
     [[nodiscard]] bool isReady();
     /// Anew, after it ended.
     void startBrevio();
@@ -21,6 +22,8 @@ public:
     /// Presses the shortcut; true once the card is there and has the keyboard.
     [[nodiscard]] bool summon();
     [[nodiscard]] bool cardIsUp();
+    /// The preferences' window; 0 while it is hidden.
+    [[nodiscard]] Seat::Window preferences() const;
     /// The card's window; 0 while it is hidden.
     [[nodiscard]] Seat::Window card() const;
     /// Whether the card is gone and the other program has the keyboard again.
@@ -48,6 +51,12 @@ public:
     std::unique_ptr<Process> victim;
     Seat::Window victimWindow = 0;
     std::unique_ptr<Process> brevio;
+
+private:
+    [[nodiscard]] bool putPreferencesAway();
+    bool letVictimHaveKeyboard();
+
+    WindowManager m_windowManager;
 };
 
 constexpr QPoint gridButtonCenter(442, 262);
