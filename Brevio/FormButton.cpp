@@ -27,7 +27,8 @@ FormButton::FormButton(const QString &title, QWidget *parent)
 QSize FormButton::sizeHint() const
 {
     const QSize text = fontMetrics().size(Qt::TextShowMnemonic, this->text());
-    return {text.width() + 2 * sidePadding, qMax(minimumButtonHeight, text.height() + 2 * qCeil(ringWidth))};
+    return {text.width() + 2 * sidePadding,
+            qMax(minimumButtonHeight, text.height() + 2 * qCeil(ringWidth))};
 }
 
 void FormButton::paintEvent(QPaintEvent *)
@@ -36,7 +37,7 @@ void FormButton::paintEvent(QPaintEvent *)
     painter.setRenderHint(QPainter::Antialiasing);
     const QRectF shape = QRectF(rect()).adjusted(1, 1, -1, -1);
     painter.setPen(Qt::NoPen);
-    painter.setBrush(FormColors::buttonFill(palette(), isDown() ? FormColors::Press::Down
+    painter.setBrush(FormColors::buttonFill(palette(), isDown()       ? FormColors::Press::Down
                                                        : underMouse() ? FormColors::Press::Near
                                                                       : FormColors::Press::None));
     painter.drawRoundedRect(shape, cornerRadius, cornerRadius);

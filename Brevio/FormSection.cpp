@@ -89,9 +89,9 @@ void FormLabel::applyColor()
 {
     m_isApplying = true;
     QPalette dimmed;
-    dimmed.setColor(QPalette::WindowText,
-                    FormColors::secondaryText(parentWidget() ? parentWidget()->palette()
-                                                             : QPalette()));
+    dimmed.setColor(
+        QPalette::WindowText,
+        FormColors::secondaryText(parentWidget() ? parentWidget()->palette() : QPalette()));
     setPalette(dimmed);
     m_isApplying = false;
 }

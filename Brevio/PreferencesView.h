@@ -12,9 +12,9 @@ namespace Brevio {
 
 class Settings;
 
-/// The preferences form: the two settings, the summon shortcut's recorder, two buttons. Always shows
-/// the live values; a flipped switch is assigned at once, there is nothing to apply. As wide as its
-/// window, as tall as its rows ask. Main thread only.
+/// The preferences form: the two settings, the summon shortcut's recorder, two buttons. Always
+/// shows the live values; a flipped switch is assigned at once, there is nothing to apply. As wide
+/// as its window, as tall as its rows ask. Main thread only.
 class PreferencesView final : public QWidget
 {
     Q_OBJECT
@@ -22,8 +22,8 @@ class PreferencesView final : public QWidget
 public:
     /// `settings` and `queue` must outlive the view. The actions may not be empty.
     PreferencesView(Settings &settings, Platform::MainQueue &queue,
-                    std::function<void()> onRestoreWelcome,
-                    std::function<void()> onCheckForUpdates, QWidget *parent = nullptr);
+                    std::function<void()> onRestoreWelcome, std::function<void()> onCheckForUpdates,
+                    QWidget *parent = nullptr);
 
 private:
     [[nodiscard]] QWidget *settingsSection(Platform::MainQueue &queue);

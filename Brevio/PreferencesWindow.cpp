@@ -46,7 +46,8 @@ void PreferencesWindow::center()
         move(screen->availableGeometry().center() - QPoint(size.width() / 2, size.height() / 2));
 }
 
-/// The card stands above ordinary windows as well, and window managers raise what gets the keyboard.
+/// The card stands above ordinary windows as well, and window managers raise what gets the
+/// keyboard.
 void PreferencesWindow::stayAbove(const QWindow *focused)
 {
     if (focused == nullptr || !isVisible() || isMinimized())

@@ -15,7 +15,8 @@ public:
     /// Owns the content. In the middle of its screen, not yet shown.
     explicit PreferencesWindow(QWidget *content);
 
-    /// Shows the window in front with the keyboard; where the user left it when it was shown before.
+    /// Shows the window in front with the keyboard; where the user left it when it was shown
+    /// before.
     void present();
 
 private:

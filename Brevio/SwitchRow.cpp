@@ -45,12 +45,12 @@ void SwitchRow::nextCheckState()
     m_isSliding = true;
     QCheckBox::nextCheckState();
     m_isSliding = false;
-    m_slide = Platform::animate(
-        m_queue, slideDuration, Platform::TimingCurve::EaseInEaseOut,
-        [this, from = m_knob, to = isChecked() ? 1.0 : 0.0](double progress) {
-            m_knob = from + (to - from) * progress;
-            update();
-        });
+    m_slide =
+        Platform::animate(m_queue, slideDuration, Platform::TimingCurve::EaseInEaseOut,
+                          [this, from = m_knob, to = isChecked() ? 1.0 : 0.0](double progress) {
+                              m_knob = from + (to - from) * progress;
+                              update();
+                          });
 }
 
 void SwitchRow::checkStateSet()
@@ -83,8 +83,8 @@ void SwitchRow::paintEvent(QPaintEvent *)
     const QRectF track = this->track();
     const double radius = track.height() / 2;
     painter.setPen(Qt::NoPen);
-    painter.setBrush(FormColors::mixed(FormColors::switchOff(palette()),
-                                       FormColors::accent(palette()), m_knob));
+    painter.setBrush(
+        FormColors::mixed(FormColors::switchOff(palette()), FormColors::accent(palette()), m_knob));
     painter.drawRoundedRect(track, radius, radius);
 
     QRectF knob(0, 0, track.height() - 2 * knobInset, track.height() - 2 * knobInset);

@@ -57,9 +57,9 @@ void hideOthers()
     for (const auto window : server->values(server->root(), "_NET_CLIENT_LIST")) {
         const auto states = server->values(window, "_NET_WM_STATE");
         // Panels and the desktop itself keep out of task bars; hiding them helps nobody.
-        const bool isFurniture = std::find(states.begin(), states.end(),
-                                           server->atom("_NET_WM_STATE_SKIP_TASKBAR")) !=
-                                 states.end();
+        const bool isFurniture =
+            std::find(states.begin(), states.end(), server->atom("_NET_WM_STATE_SKIP_TASKBAR")) !=
+            states.end();
         if (!isFurniture && !isOurs(window))
             server->tellManager(window, "WM_CHANGE_STATE", {iconicState});
     }

@@ -46,8 +46,8 @@ bool Session::putPreferencesAway()
     return letVictimHaveKeyboard();
 }
 
-/// Without a window manager only a click can move the keyboard, and one that comes in the instant in
-/// which another window goes is too early.
+/// Without a window manager only a click can move the keyboard, and one that comes in the instant
+/// in which another window goes is too early.
 bool Session::letVictimHaveKeyboard()
 {
     const QPoint corner = seat.geometry(victimWindow).bottomRight() - QPoint(9, 9);
