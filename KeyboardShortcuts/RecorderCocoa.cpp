@@ -32,6 +32,7 @@ constexpr int   leastHeight   = 24;
 constexpr int   sidePadding   = 10;  // the text keeps clear of the round ends
 constexpr int   textPadding   = 3;   // above and below
 constexpr int   buttonInset   = 4;
+constexpr int   buttonGap     = 6;   // between the field and the button beside it
 constexpr int   iconSize      = 16;
 constexpr qreal borderWidth   = 1;
 constexpr qreal ringWidth     = 2;
@@ -88,7 +89,6 @@ QString plainTitle(const QAction &item)
 QToolButton *addButton(QWidget *parent)
 {
     auto *button = new QToolButton(parent);
-    button->setAutoRaise(true);
     button->setCursor(Qt::ArrowCursor);
     button->hide();
     return button;
@@ -114,6 +114,7 @@ RecorderCocoa::RecorderCocoa(Name name, OnChange onChange, QWidget *parent)
 
     // The keyboard has Delete for it.
     m_clearButton->setFocusPolicy(Qt::NoFocus);
+    m_clearButton->setAutoRaise(true);
     m_clearButton->setIcon(style()->standardIcon(QStyle::SP_LineEditClearButton));
     m_clearButton->setIconSize({iconSize, iconSize});
     m_clearButton->setAccessibleName(localized(u"clear_shortcut"));
@@ -138,8 +139,7 @@ RecorderCocoa::RecorderCocoa(Name name, OnChange onChange, QWidget *parent)
 
 RecorderCocoa::~RecorderCocoa()
 {
-    if (hasEnvironment())
-        endRecording();
+    endRecording();
 }
 
 QSize RecorderCocoa::sizeHint() const
@@ -191,7 +191,7 @@ void RecorderCocoa::setNote(const QString &note)
 int RecorderCocoa::trailingWidth() const
 {
     if (!m_changeButton->isHidden())
-        return m_changeButton->sizeHint().width();
+        return m_changeButton->sizeHint().width() + buttonGap;
     // The text stays in the middle whether it can be cleared or not.
     return 2 * iconSize;
 }
@@ -201,8 +201,7 @@ void RecorderCocoa::layOutButtons()
     const int side = height() - 2 * buttonInset;
     m_clearButton->setGeometry(width() - side - buttonInset - 1, buttonInset, side, side);
     const int change = m_changeButton->sizeHint().width();
-    m_changeButton->setGeometry(width() - change - buttonInset, buttonInset / 2, change,
-                                height() - buttonInset);
+    m_changeButton->setGeometry(width() - change, 0, change, height());
 }
 
 /// A window that becomes key gives the keyboard to its first control; a field that got it that way
@@ -246,6 +245,8 @@ void RecorderCocoa::endRecording()
     m_pausedPresses.reset();
     setPlaceholderText(localized(u"record_shortcut"));
     update();
+    if (!hasEnvironment())
+        return;
     setPaused(false);
     postActivity(false);
 }
@@ -369,8 +370,7 @@ void RecorderCocoa::hideEvent(QHideEvent *event)
 
 void RecorderCocoa::focusInEvent(QFocusEvent *event)
 {
-    QLineEdit::focusInEvent(event);
-    deselect();
+    QWidget::focusInEvent(event); // a line edit would select its text
     if (event->reason() != Qt::PopupFocusReason)
         startRecording();
 }
@@ -378,7 +378,7 @@ void RecorderCocoa::focusInEvent(QFocusEvent *event)
 void RecorderCocoa::focusOutEvent(QFocusEvent *event)
 {
     endRecording();
-    QLineEdit::focusOutEvent(event);
+    QWidget::focusOutEvent(event);
 }
 
 void RecorderCocoa::keyPressEvent(QKeyEvent *event)
@@ -416,16 +416,17 @@ void RecorderCocoa::paintEvent(QPaintEvent *)
     if (hasFocus())
         border = colours.color(QPalette::Highlight);
     const qreal pen = isRecording() ? ringWidth : borderWidth;
-    const auto frame = QRectF(rect()).adjusted(pen / 2, pen / 2, -pen / 2, -pen / 2);
+    auto place = rect();
+    if (!m_changeButton->isHidden())
+        place.setRight(m_changeButton->x() - buttonGap);
+    const auto frame = QRectF(place).adjusted(pen / 2, pen / 2, -pen / 2, -pen / 2);
     painter.setPen(QPen(border, pen));
     painter.setBrush(colours.base());
     painter.drawRoundedRect(frame, frame.height() / 2, frame.height() / 2);
 
     const bool isEmpty = text().isEmpty();
-    auto place = rect().adjusted(sidePadding, 0, -sidePadding, 0);
-    if (!m_changeButton->isHidden())
-        place.setRight(m_changeButton->x());
-    else if (!isEmpty)
+    place.adjust(sidePadding, 0, -sidePadding, 0);
+    if (!m_clearButton->isHidden())
         place.adjust(iconSize - buttonInset, 0, buttonInset - iconSize, 0);
     painter.setPen(colours.color(isEmpty ? QPalette::PlaceholderText : QPalette::Text));
     const auto &shown = isEmpty ? placeholderText() : text();

@@ -70,7 +70,7 @@ private:
     void showShortcut();
     void setNote(const QString &note);
     void layOutButtons();
-    /// What happens to the width beside the text.
+    /// What buttons take of the width.
     [[nodiscard]] int trailingWidth() const;
 
     void preventFocus();
