@@ -1,6 +1,8 @@
 #include "KeyboardShortcuts/CarbonKeyboardShortcuts.h"
 
+#include "KeyboardShortcuts/KeyboardShortcuts.h"
 #include "Platform/Keyboard/EventMonitor.h"
+#include "Platform/Keyboard/ReservedShortcuts.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -16,6 +18,26 @@ constexpr std::uint32_t signature = 0x48544B59; // 'HTKY'
 CarbonKeyboardShortcuts::~CarbonKeyboardShortcuts()
 {
     withdrawAll();
+}
+
+std::vector<Shortcut> CarbonKeyboardShortcuts::system()
+{
+    const auto &used = environment();
+    const auto reserved = used.reservedShortcuts ? used.reservedShortcuts()
+                                                 : Platform::reservedShortcuts(used.keyboardLayout);
+    std::vector<Shortcut> shortcuts;
+    for (const auto &[keyCode, modifiers] : reserved)
+        shortcuts.emplace_back(Key{keyCode}, modifiers);
+    return shortcuts;
+}
+
+std::optional<Platform::HotKeyId> CarbonKeyboardShortcuts::hotKeyId(const Shortcut &shortcut) const
+{
+    const auto found = std::find_if(m_hotKeys.begin(), m_hotKeys.end(), [&](const auto &entry) {
+        return entry.second.shortcut == shortcut;
+    });
+    return found == m_hotKeys.end() ? std::nullopt
+                                    : std::optional(Platform::HotKeyId{signature, found->first});
 }
 
 void CarbonKeyboardShortcuts::registerShortcut(const Shortcut &shortcut, Callback onKeyDown,

@@ -5,6 +5,7 @@
 #include "Platform/Keyboard/HotKeys.h"
 
 #include <map>
+#include <vector>
 
 namespace KeyboardShortcuts {
 
@@ -28,6 +29,13 @@ public:
     ~CarbonKeyboardShortcuts();
     CarbonKeyboardShortcuts(const CarbonKeyboardShortcuts &) = delete;
     CarbonKeyboardShortcuts &operator=(const CarbonKeyboardShortcuts &) = delete;
+
+    /// The combinations that the desktop keeps for itself; empty where that cannot be known. May
+    /// take a moment (it asks another program on some desktops).
+    [[nodiscard]] static std::vector<Shortcut> system();
+
+    /// The hot key of a registered shortcut, or none.
+    [[nodiscard]] std::optional<Platform::HotKeyId> hotKeyId(const Shortcut &shortcut) const;
 
     /// A refusal is one line on standard output and leaves nothing to unregister.
     void registerShortcut(const Shortcut &shortcut, Callback onKeyDown, Callback onKeyUp);

@@ -3,6 +3,7 @@
 #include "KeyboardShortcuts/Utilities.h"
 
 #include <algorithm>
+#include <iterator>
 #include <vector>
 
 namespace KeyboardShortcuts {
@@ -40,6 +41,13 @@ namespace {
 
 constexpr char16_t keycap = u'\u20E3';           // encloses the character before it
 constexpr char16_t firstFunctionKey = u'\uF704'; // F1 as a menu's character, the others follow
+
+// clang-format off
+constexpr Key functionKeys[] = {
+    Key::f1,  Key::f2,  Key::f3,  Key::f4,  Key::f5,  Key::f6,  Key::f7,  Key::f8,  Key::f9,  Key::f10,
+    Key::f11, Key::f12, Key::f13, Key::f14, Key::f15, Key::f16, Key::f17, Key::f18, Key::f19, Key::f20,
+};
+// clang-format on
 
 SpecialKey named(Key key, const QString &symbol, const QString &nativeName)
 {
@@ -80,10 +88,6 @@ std::vector<SpecialKey> makeTable()
         onKeypad(Key::keypadMultiply, u'*', QStringLiteral("*")),
         onKeypad(Key::keypadPlus,     u'+', QStringLiteral("+")),
     };
-    constexpr Key functionKeys[] = {
-        Key::f1,  Key::f2,  Key::f3,  Key::f4,  Key::f5,  Key::f6,  Key::f7,  Key::f8,  Key::f9,  Key::f10,
-        Key::f11, Key::f12, Key::f13, Key::f14, Key::f15, Key::f16, Key::f17, Key::f18, Key::f19, Key::f20,
-    };
     constexpr Key keypadDigits[] = {
         Key::keypad0, Key::keypad1, Key::keypad2, Key::keypad3, Key::keypad4,
         Key::keypad5, Key::keypad6, Key::keypad7, Key::keypad8, Key::keypad9,
@@ -104,6 +108,12 @@ std::vector<SpecialKey> makeTable()
 }
 
 } // namespace
+
+bool isFunctionKey(Key key)
+{
+    return std::find(std::begin(functionKeys), std::end(functionKeys), key) !=
+           std::end(functionKeys);
+}
 
 const SpecialKey *keyToSpecialKeyMapping(Key key)
 {

@@ -41,6 +41,9 @@ struct SpecialKey
     std::optional<QString> appKitMenuItemKeyEquivalent;
 };
 
+/// Whether the key is one of F1 to F20.
+[[nodiscard]] bool isFunctionKey(Key key);
+
 /// The special key of the code, or null.
 [[nodiscard]] const SpecialKey *keyToSpecialKeyMapping(Key key);
 

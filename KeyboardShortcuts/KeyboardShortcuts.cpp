@@ -5,7 +5,9 @@
 #include "Platform/Keyboard/MenuTracking.h"
 #include "Platform/Storage/UserDefaults.h"
 
+#include <QPointer>
 #include <QSet>
+#include <QWidget>
 
 #include <algorithm>
 #include <utility>
@@ -36,6 +38,8 @@ struct State
     HandlerTable legacyKeyUpHandlers;
     QSet<Shortcut> registeredShortcuts; ///< Handed to the system, whatever the system said.
     std::vector<Platform::Subscription> menuObservers;
+    Platform::Announcer<const Shortcut &> pausedPress;
+    QPointer<QWidget> mainMenu;
     bool isPaused = false;
     bool isEnabled = true;
     bool isMenuOpen = false;
@@ -77,8 +81,6 @@ void setMenuOpen(bool isOpen)
 
 void dispatch(const HandlerTable State::*table, const Shortcut &pressed)
 {
-    if (state().isPaused)
-        return;
     // An action may add others, or change what a later name's shortcut is.
     const auto handlers = state().*table;
     for (const auto &each : handlers) {
@@ -91,12 +93,16 @@ void dispatch(const HandlerTable State::*table, const Shortcut &pressed)
 
 void handleOnKeyDown(const Shortcut &shortcut)
 {
-    dispatch(&State::legacyKeyDownHandlers, shortcut);
+    if (state().isPaused)
+        state().pausedPress.announce(shortcut);
+    else
+        dispatch(&State::legacyKeyDownHandlers, shortcut);
 }
 
 void handleOnKeyUp(const Shortcut &shortcut)
 {
-    dispatch(&State::legacyKeyUpHandlers, shortcut);
+    if (!state().isPaused)
+        dispatch(&State::legacyKeyUpHandlers, shortcut);
 }
 
 void registerOnce(const Shortcut &shortcut)
@@ -146,6 +152,21 @@ void dropEnvironment()
 const Environment &environment()
 {
     return state().environment;
+}
+
+bool hasEnvironment()
+{
+    return sharedState() != nullptr;
+}
+
+void setMainMenu(QWidget *menu)
+{
+    state().mainMenu = menu;
+}
+
+QWidget *mainMenu()
+{
+    return state().mainMenu;
 }
 
 std::optional<Name> &summonOfEnvironment()
@@ -209,6 +230,11 @@ void setPaused(bool isPaused)
     state().isPaused = isPaused;
 }
 
+Platform::Subscription onPausedPress(std::function<void(const Shortcut &)> callback)
+{
+    return state().pausedPress.subscribe(std::move(callback));
+}
+
 bool isEnabled()
 {
     return state().isEnabled;
@@ -223,6 +249,13 @@ void setEnabled(bool isEnabled)
 bool isMenuOpen()
 {
     return state().isMenuOpen;
+}
+
+QString triggerDescription(const Name &name)
+{
+    const auto shortcut = getShortcut(name);
+    const auto id = shortcut ? state().carbon.hotKeyId(*shortcut) : std::nullopt;
+    return id ? state().environment.hotKeys.triggerDescription(*id) : QString();
 }
 
 bool userDefaultsContains(const Name &name)

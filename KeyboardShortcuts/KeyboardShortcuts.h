@@ -1,11 +1,16 @@
 #pragma once
 
 #include "KeyboardShortcuts/Name.h"
+#include "Platform/Core/Observable.h"
 
 #include <functional>
+#include <vector>
+
+class QWidget;
 
 namespace Platform {
 class HotKeys;
+struct KeyCombination;
 class KeyboardLayout;
 class MainQueue;
 class NotificationCenter;
@@ -26,6 +31,10 @@ struct Environment
     Platform::MainQueue &mainQueue;
     Platform::HotKeys &hotKeys;
     Platform::KeyboardLayout &keyboardLayout;
+    /// What the desktop keeps for itself; empty asks the running one.
+    std::function<std::vector<Platform::KeyCombination>()> reservedShortcuts{};
+    /// Refuses a key; empty is the application's own beep.
+    std::function<void()> beep{};
 };
 
 /// Called once, before the first name is created. Calling it again starts the module afresh: every
@@ -35,6 +44,14 @@ void setEnvironment(const Environment &environment);
 void dropEnvironment();
 /// Asking before there is one is a programming error and stops the process.
 [[nodiscard]] const Environment &environment();
+/// False before the first environment and after the last: when the program ends, controls may
+/// outlive it.
+[[nodiscard]] bool hasEnvironment();
+
+/// The menu (a QMenu or a QMenuBar) whose shortcuts a recorder refuses; it may go at any time.
+/// Null, as in a new environment, for none.
+void setMainMenu(QWidget *menu);
+[[nodiscard]] QWidget *mainMenu();
 
 /// Posted, with user info {"name": Name}, each time a name's shortcut was set or cleared.
 inline const QString shortcutByNameDidChange =
@@ -53,11 +70,18 @@ void setShortcut(const std::optional<Shortcut> &shortcut, const Name &name);
 /// While paused, presses arrive and run nothing. A recorder pauses while it records.
 [[nodiscard]] bool isPaused();
 void setPaused(bool isPaused);
+/// Called for each press of a registered shortcut that runs nothing because of the pause: what the
+/// system has caught does not arrive as a key.
+[[nodiscard]] Platform::Subscription
+onPausedPress(std::function<void(const Shortcut &pressed)> callback);
 /// While disabled, nothing is registered with the system.
 [[nodiscard]] bool isEnabled();
 void setEnabled(bool isEnabled);
 /// True while one of the program's own menus is open.
 [[nodiscard]] bool isMenuOpen();
+
+/// What the desktop says is bound for the name, where the desktop decides; empty for nothing.
+[[nodiscard]] QString triggerDescription(const Name &name);
 
 // For the module's own units.
 void initialize();

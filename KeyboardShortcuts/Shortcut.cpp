@@ -4,8 +4,10 @@
 #include "KeyboardShortcuts/Utilities.h"
 #include "Platform/Keyboard/KeyboardLayout.h"
 
+#include <QAction>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QMenu>
 
 #include <cmath>
 #include <limits>
@@ -131,6 +133,21 @@ QKeySequence Shortcut::keySequence() const
                            ? Platform::qtKeyOfKeyCode(static_cast<int>(m_carbonKeyCode))
                            : static_cast<Qt::Key>(QChar::toUpper(equivalent->toUcs4().value(0)));
     return QKeySequence(QKeyCombination(held, qtKey));
+}
+
+const QAction *Shortcut::menuItemWithMatchingShortcut(const QWidget *menu) const
+{
+    const auto sequence = keySequence();
+    if (!menu || sequence.isEmpty())
+        return nullptr;
+    const auto items = menu->actions();
+    for (const QAction *item : items) {
+        if (item->shortcuts().contains(sequence))
+            return item;
+        if (const auto *inside = menuItemWithMatchingShortcut(item->menu()))
+            return inside;
+    }
+    return nullptr;
 }
 
 } // namespace KeyboardShortcuts

@@ -6,6 +6,9 @@
 #include <QHashFunctions>
 #include <QKeySequence>
 
+class QAction;
+class QWidget;
+
 namespace KeyboardShortcuts {
 
 class Name;
@@ -44,6 +47,9 @@ public:
     [[nodiscard]] std::optional<QString> nsMenuItemKeyEquivalent() const;
     /// For a menu to show; empty when no menu can have the key.
     [[nodiscard]] QKeySequence keySequence() const;
+    /// The first item, at any depth of the menu (a QMenu or a QMenuBar), that has this shortcut;
+    /// null when none has or there is no menu.
+    [[nodiscard]] const QAction *menuItemWithMatchingShortcut(const QWidget *menu) const;
 
     friend bool operator==(const Shortcut &, const Shortcut &) = default;
     friend std::size_t qHash(const Shortcut &shortcut, std::size_t seed = 0)

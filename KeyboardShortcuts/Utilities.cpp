@@ -1,5 +1,7 @@
 #include "KeyboardShortcuts/Utilities.h"
 
+#include <QCoreApplication>
+
 #include <algorithm>
 #include <iterator>
 
@@ -31,8 +33,29 @@ constexpr Platform::ModifierFlags nativeOrder[] = {
     Modifier::Function, Modifier::Control, Modifier::Command, Modifier::Option, Modifier::Shift,
 };
 
-constexpr struct { const char16_t *key; const char16_t *text; } texts[] = {
-    {u"space_key", u"Space"},
+constexpr const char *translationContext = "KeyboardShortcuts";
+
+constexpr struct { const char16_t *key; const char *text; } texts[] = {
+    {u"space_key",                          QT_TRANSLATE_NOOP("KeyboardShortcuts", "Space")},
+    {u"record_shortcut",                    QT_TRANSLATE_NOOP("KeyboardShortcuts", "Record Shortcut")},
+    {u"press_shortcut",                     QT_TRANSLATE_NOOP("KeyboardShortcuts", "Press Shortcut")},
+    {u"clear_shortcut",                     QT_TRANSLATE_NOOP("KeyboardShortcuts", "Clear Shortcut")},
+    {u"change_shortcut",                    QT_TRANSLATE_NOOP("KeyboardShortcuts", "Change…")},
+    {u"shortcut_not_bound",                 QT_TRANSLATE_NOOP("KeyboardShortcuts", "Not bound")},
+    // %1 is the command's title.
+    {u"keyboard_shortcut_used_by_menu_item", QT_TRANSLATE_NOOP("KeyboardShortcuts",
+        "The command “%1” already has this shortcut.")},
+    {u"keyboard_shortcut_used_by_system",   QT_TRANSLATE_NOOP("KeyboardShortcuts",
+        "Your desktop already has a use for this shortcut.")},
+    {u"keyboard_shortcuts_can_be_changed",  QT_TRANSLATE_NOOP("KeyboardShortcuts",
+        "Its own shortcuts can be changed in the desktop’s keyboard settings.")},
+    {u"ok",                                 QT_TRANSLATE_NOOP("KeyboardShortcuts", "OK")},
+    {u"force_use_shortcut",                 QT_TRANSLATE_NOOP("KeyboardShortcuts", "Use It Anyway")},
+    {u"shortcut_decided_by_desktop",        QT_TRANSLATE_NOOP("KeyboardShortcuts",
+        "Your desktop decides this shortcut. It can be changed in the desktop’s keyboard settings.")},
+    {u"global_shortcuts_not_supported",     QT_TRANSLATE_NOOP("KeyboardShortcuts",
+        "No global shortcut can be bound from here. In the desktop’s keyboard settings, shortcuts "
+        "can be given to the actions New Card and Show All Cards.")},
 };
 // clang-format on
 
@@ -80,7 +103,7 @@ QString localized(QStringView key)
 {
     for (const auto &row : texts) {
         if (key == QStringView(row.key))
-            return QStringView(row.text).toString();
+            return QCoreApplication::translate(translationContext, row.text);
     }
     return key.toString();
 }

@@ -52,6 +52,20 @@ public:
         return m_events.subscribe(std::move(callback));
     }
 
+    /// True where the desktop, asked by the program, decides which keys a hot key has, and may
+    /// change them later. The combination of a registration is then no more than a wish.
+    [[nodiscard]] virtual bool isDecidedByDesktop() const { return false; }
+    /// The desktop's own words for what is bound to the hot key; empty when nothing is.
+    [[nodiscard]] virtual QString triggerDescription(HotKeyId) const { return {}; }
+    /// Whether configure() opens the desktop's dialog for the program's hot keys.
+    [[nodiscard]] virtual bool canConfigure() const { return false; }
+    virtual void configure() {}
+    /// Called after each change of what the three questions above answer.
+    [[nodiscard]] Subscription onTriggerChange(std::function<void()> callback)
+    {
+        return m_triggerChange.subscribe(std::move(callback));
+    }
+
     /// The backend of this session: X grabs on an X11 session, else one that supports nothing (on a
     /// Wayland session a grab succeeds and yet fires only over XWayland's windows). `layout` must
     /// outlive the object.
@@ -59,9 +73,11 @@ public:
 
 protected:
     void announce(const HotKeyEvent &event) { m_events.announce(event); }
+    void announceTriggerChange() { m_triggerChange.announce(); }
 
 private:
     Announcer<const HotKeyEvent &> m_events;
+    Announcer<> m_triggerChange;
 };
 
 } // namespace Platform

@@ -242,8 +242,14 @@ private:
 
     void keyReleased(const xcb_key_release_event_t &event)
     {
+        if (!isRoot(event.event))
+            return;
+        // A combination that is registered while it is held, as one just recorded is, goes on
+        // repeating: first comes a release whose press was somebody else's.
+        if (m_held.empty())
+            m_latestKey = event.detail;
         // The modifiers may have come up first, so the key alone tells.
-        if (!isRoot(event.event) || event.detail != m_latestKey)
+        if (event.detail != m_latestKey)
             return;
         m_releaseTime = event.time;
         // The press of a repetition may still be on its way, so the keyboard itself is asked.

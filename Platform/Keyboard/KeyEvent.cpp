@@ -87,7 +87,8 @@ const Row *findRow(Matches matches)
     return found == std::end(rows) ? nullptr : found;
 }
 
-/// Input methods that hand a key back, and synthetic events, carry no hardware code.
+} // namespace
+
 int keyCodeOfQtKey(int key, Qt::KeyboardModifiers modifiers)
 {
     if (key == Qt::Key_Backtab)
@@ -100,14 +101,13 @@ int keyCodeOfQtKey(int key, Qt::KeyboardModifiers modifiers)
     return row ? row->keyCode : KeyEvent::unknownKeyCode;
 }
 
-} // namespace
-
 KeyEvent KeyEvent::from(const QKeyEvent &event)
 {
     // A press and its announcement to the shortcuts are the same thing here.
     const bool isPress = event.type() != QEvent::KeyRelease;
     KeyEvent result;
     result.type = isPress ? Type::KeyDown : Type::KeyUp;
+    // Input methods that hand a key back, and synthetic events, carry no hardware code.
     result.keyCode = event.nativeScanCode() >= xKeycodeOffset
                          ? keyCodeOfEvdev(event.nativeScanCode() - xKeycodeOffset)
                          : keyCodeOfQtKey(event.key(), event.modifiers());

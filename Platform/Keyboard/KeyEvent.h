@@ -66,5 +66,7 @@ inline constexpr std::uint32_t xKeycodeOffset = 8;
 
 /// What Qt calls the key on a US layout; Qt::Key_unknown when it has no name for it.
 [[nodiscard]] Qt::Key qtKeyOfKeyCode(int keyCode);
+/// The reverse, or KeyEvent::unknownKeyCode. Of the modifiers only the keypad's matters.
+[[nodiscard]] int keyCodeOfQtKey(int key, Qt::KeyboardModifiers modifiers);
 
 } // namespace Platform

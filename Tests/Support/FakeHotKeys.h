@@ -12,7 +12,11 @@ class FakeHotKeys final : public Platform::HotKeys
 public:
     using Combination = std::pair<std::uint32_t, Platform::ModifierFlags>;
 
-    bool isSupported() const override { return true; }
+    bool isSupported() const override { return supported; }
+    bool isDecidedByDesktop() const override { return decided; }
+    QString triggerDescription(Platform::HotKeyId) const override { return trigger; }
+    bool canConfigure() const override { return configurable; }
+    void configure() override { m_log << QStringLiteral("configure"); }
     Status registerHotKey(Platform::HotKeyId id, std::uint32_t keyCode,
                           Platform::ModifierFlags modifiers) override
     {
@@ -28,6 +32,12 @@ public:
     }
 
     // The inspection side.
+
+    bool supported = true;
+    bool decided = false; ///< By the desktop.
+    bool configurable = false;
+    QString trigger;
+    using HotKeys::announceTriggerChange;
 
     /// What every registration answers from now on.
     void answer(Status status) { m_answer = status; }

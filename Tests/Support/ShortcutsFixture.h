@@ -2,6 +2,7 @@
 
 #include "KeyboardShortcuts/KeyboardShortcuts.h"
 #include "Platform/Core/NotificationCenter.h"
+#include "Platform/Keyboard/ReservedShortcuts.h"
 #include "Platform/Storage/UserDefaults.h"
 #include "Tests/Support/FakeHotKeys.h"
 #include "Tests/Support/FakeKeyboardLayout.h"
@@ -24,7 +25,8 @@ struct ShortcutsFixture
     /// What the next start of the program finds: the same defaults, nothing else.
     void restart()
     {
-        KeyboardShortcuts::setEnvironment({defaults, center, queue, hotKeys, layout});
+        KeyboardShortcuts::setEnvironment({defaults, center, queue, hotKeys, layout,
+                                           [this] { return reserved; }, [this] { ++beeps; }});
     }
 
     QTemporaryDir folder;
@@ -33,4 +35,6 @@ struct ShortcutsFixture
     Platform::NotificationCenter center;
     FakeHotKeys hotKeys;
     FakeKeyboardLayout layout;
+    std::vector<Platform::KeyCombination> reserved; ///< What the desktop keeps for itself.
+    int beeps = 0;
 };

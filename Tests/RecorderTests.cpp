@@ -1,0 +1,289 @@
+#include "KeyboardShortcuts/NSMenuItem++.h"
+#include "KeyboardShortcuts/Recorder.h"
+#include "Tests/Support/ShortcutsFixture.h"
+
+#include <QMenu>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QTest>
+#include <QToolButton>
+#include <QVBoxLayout>
+
+using namespace Qt::StringLiterals;
+using namespace KeyboardShortcuts;
+namespace Modifier = Platform::Modifier;
+
+namespace {
+
+constexpr auto ctrlAlt = Qt::ControlModifier | Qt::AltModifier;
+/// A form with the recorder between two other controls.
+struct Scene
+{
+    explicit Scene(const Recorder &row)
+    {
+        auto *layout = new QVBoxLayout(&window);
+        layout->addWidget(before = new QPushButton(u"&Nothing"_s));
+        layout->addWidget(recorder = row.makeControl(&window));
+        layout->addWidget(after = new QPushButton);
+        window.addAction(u"Item"_s, Qt::CTRL | Qt::Key_N, &window, [this] { ++triggered; });
+        QObject::connect(before, &QPushButton::pressed, &window, [this] { ++triggered; });
+        activate();
+    }
+
+    void activate()
+    {
+        window.show();
+        window.activateWindow();
+        (void)QTest::qWaitForWindowActive(&window);
+    }
+    void click() { QTest::mouseClick(recorder, Qt::LeftButton, {}, {20, 12}); }
+    /// Sends the key through the window system's door, as a real one comes.
+    void press(Qt::Key key, Qt::KeyboardModifiers held = {})
+    {
+        QTest::keyClick(window.windowHandle(), key, held);
+    }
+    QMessageBox *alert() { return window.findChild<QMessageBox *>(); }
+
+    QWidget window;
+    QPushButton *before = nullptr;
+    QPointer<RecorderCocoa> recorder;
+    QPushButton *after = nullptr;
+    int triggered = 0; ///< What stands around the recorder and must not hear its keys.
+};
+
+} // namespace
+
+class RecorderTests final : public QObject
+{
+    Q_OBJECT
+
+    std::optional<ShortcutsFixture> f;
+    std::optional<Scene> s;
+    QStringList m_changes;
+    QString m_activity;
+    Platform::Subscription m_observer;
+
+    bool isRecording()
+    {
+        const bool records = s->recorder->isRecording();
+        const bool invites = s->recorder->placeholderText() == u"Press Shortcut"_s;
+        if (isPaused() != records || invites != records)
+            qFatal("A recorder that half records");
+        return records;
+    }
+    void start()
+    {
+        s->click();
+        QVERIFY(isRecording());
+    }
+
+private Q_SLOTS:
+    void init()
+    {
+        f.emplace();
+        m_changes.clear();
+        m_activity.clear();
+        m_observer = f->center.addObserver(recorderActiveStatusDidChange, [this](const auto &info) {
+            m_activity += info.value(u"isActive"_s).toBool() ? u'+' : u'-';
+        });
+        s.emplace(Recorder(u"Summon a card"_s, Name::summon(), [this](const auto &shortcut) {
+            m_changes << (shortcut ? shortcut->presentableDescription() : u"none"_s);
+        }));
+        f->queue.runPosted();
+    }
+    void cleanup()
+    {
+        s.reset();
+        f.reset();
+    }
+
+    void aWindowThatBecomesKeyDoesNotRecordAndAClickDoes()
+    {
+        QWidget form;
+        const RecorderCocoa only(Name::summon(), {}, &form);
+        form.show();
+        form.activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(&form));
+        QVERIFY(!only.isRecording());
+        s->activate();
+        start();
+        QCOMPARE(s->recorder->accessibleName(), u"Summon a card"_s);
+        QCOMPARE(s->recorder->accessibleDescription(), u"Ctrl+Shift+Space"_s);
+        QCOMPARE(s->recorder->toolTip(), u"Ctrl+Shift+Space"_s);
+    }
+
+    void whatAKeyDoesWhileRecording_data()
+    {
+        QTest::addColumn<int>("combined");
+        QTest::addColumn<QString>("text"); // afterwards; "=" for the old one
+        QTest::addColumn<bool>("records"); // still, and then it has beeped unless it cleared
+        const auto row = [](const char *name, int combined, const QString &text, bool records) {
+            QTest::newRow(name) << combined << text << records;
+        };
+        row("a combination", int(Qt::META) | int(Qt::ALT) | Qt::Key_N, u"⌃⌥N"_s, false);
+        row("an item elsewhere", int(Qt::CTRL) | Qt::Key_N, u"⌘N"_s, false);
+        row("a mnemonic elsewhere", int(Qt::ALT) | Qt::Key_N, u"⌥N"_s, false);
+        row("shift and a function key", int(Qt::SHIFT) | Qt::Key_F5, u"⇧F5"_s, false);
+        row("shift and a letter", int(Qt::SHIFT) | Qt::Key_N, u"="_s, true);
+        row("a digit of the keypad", int(Qt::KeypadModifier) | Qt::Key_5, u"="_s, true);
+        row("delete", Qt::Key_Delete, QString(), true);
+        row("command and delete", int(Qt::CTRL) | Qt::Key_Delete, u"⌘⌦"_s, false);
+    }
+    void whatAKeyDoesWhileRecording()
+    {
+        QFETCH(int, combined);
+        QFETCH(QString, text);
+        QFETCH(bool, records);
+        const auto keys = QKeyCombination::fromCombined(combined);
+        const bool isRefused = text == u"=";
+        start();
+        s->press(keys.key(), keys.keyboardModifiers());
+        QCOMPARE(s->recorder->text(), isRefused ? u"⇧⌘Space"_s : text);
+        QCOMPARE(isRecording(), records);
+        QCOMPARE(f->beeps, isRefused ? 1 : 0);
+        QCOMPARE(m_changes.size(), isRefused ? 0 : 1);
+        QCOMPARE(s->triggered, 0);
+        QCOMPARE(s->recorder->findChild<QToolButton *>()->isHidden(), text.isEmpty());
+    }
+
+    void aRecordedShortcutWorksAtOnceAndAlsoWhenItIsTheSame()
+    {
+        int runs = 0;
+        onKeyDown(Name::summon(), [&] { ++runs; });
+        start();
+        s->press(Qt::Key_N, Qt::MetaModifier | Qt::AltModifier);
+        QCOMPARE(*Name::summon().shortcut(), Shortcut(45, 6144));
+        f->hotKeys.press({45, Modifier::Control | Modifier::Option});
+        start(); // what is registered is caught by the system and arrives as no key
+        f->hotKeys.press({45, Modifier::Control | Modifier::Option});
+        QCOMPARE(runs, 1);
+        QVERIFY(!isRecording());
+        QCOMPARE(m_changes, QStringList({u"⌃⌥N"_s, u"⌃⌥N"_s}));
+        Name::summon().setShortcut(Shortcut(Key::k, Modifier::Command));
+        QCOMPARE(s->recorder->text(), u"⌘K"_s);
+        s->recorder->setShortcutName(Name(u"other"_s));
+        QCOMPARE(s->recorder->text(), QString());
+    }
+
+    void theKeyboardAloneGetsInAndOut()
+    {
+        s->before->setFocus();
+        s->press(Qt::Key_Tab);
+        QVERIFY(isRecording());
+        s->press(Qt::Key_Tab);
+        QVERIFY(s->after->hasFocus());
+        s->press(Qt::Key_Backtab, Qt::ShiftModifier);
+        s->press(Qt::Key_Escape);
+        s->press(Qt::Key_Space);
+        QVERIFY(isRecording());
+        s->press(Qt::Key_Escape);
+        s->press(Qt::Key_Backtab, Qt::ShiftModifier);
+        QVERIFY(s->before->hasFocus());
+        QCOMPARE(m_activity, u"+-+-+-"_s);
+    }
+
+    void whateverTakesTheFieldAwayEndsRecording()
+    {
+        QWidget other;
+        const auto around = s->recorder->geometry();
+        const auto clickBelow = [&](int distance) {
+            QTest::mouseClick(s->window.windowHandle(), Qt::LeftButton, {},
+                              around.bottomLeft() + QPoint(20, distance));
+        };
+        start();
+        clickBelow(3);
+        QVERIFY(isRecording());
+        clickBelow(4);
+        QVERIFY(!isRecording());
+        start();
+        other.show();
+        other.activateWindow();
+        QTRY_VERIFY(!isRecording());
+        s->activate();
+        start();
+        s->recorder->hide();
+        s->recorder->show();
+        start();
+        s->recorder->setParent(&other);
+        QVERIFY(!isRecording());
+        s.emplace(Recorder(Name::summon()));
+        start();
+        s.reset();
+        QVERIFY(!isPaused());
+        QCOMPARE(m_activity, u"+-+-+-+-+-"_s);
+        s.emplace(Recorder(Name::summon()));
+        start();
+        dropEnvironment(); // before the windows go, as at the program's end
+    }
+
+    void aCombinationOfTheMainMenuIsRefusedByName()
+    {
+        QMenu menu;
+        auto *inner = menu.addMenu(u"Edit"_s)->addMenu(u"More"_s);
+        inner->addAction(u"&Kill && Quit"_s)->setShortcut(Qt::CTRL | Qt::Key_K);
+        setMainMenu(&menu);
+        start();
+        s->press(Qt::Key_K, Qt::ControlModifier);
+        QVERIFY(!isRecording());
+        QVERIFY(s->alert()->text().contains(u"“Kill & Quit”"_s));
+        s->alert()->buttons().constFirst()->click();
+        s->activate(); // as a window manager does
+        QVERIFY(isRecording());
+        s->press(Qt::Key_K, ctrlAlt); // the modifiers have to be the same
+        QCOMPARE(m_changes, QStringList(u"⌥⌘K"_s));
+    }
+
+    void aCombinationOfTheDesktopCanBeForced()
+    {
+        f->reserved = {{45, Modifier::Command | Modifier::Option}};
+        for (const int button : {0, 1}) {
+            start();
+            s->press(Qt::Key_N, ctrlAlt);
+            QVERIFY(!isRecording());
+            s->alert()->buttons().at(button)->click();
+            QTRY_VERIFY(!s->alert());
+            s->activate();
+            QCOMPARE(isRecording(), button == 0);
+            QCOMPARE(m_changes.size(), button);
+        }
+    }
+
+    void whatTheDesktopDecidesIsOnlyShown()
+    {
+        f->hotKeys.supported = false;
+        f->hotKeys.announceTriggerChange();
+        QVERIFY(s->recorder->note().contains(u"New Card"_s));
+        start();
+        f->hotKeys.decided = true;
+        f->hotKeys.announceTriggerChange();
+        QVERIFY(!isRecording());
+        QCOMPARE(s->recorder->text(), u"Not bound"_s);
+        QVERIFY(s->recorder->note().contains(u"desktop"_s));
+        f->hotKeys.configurable = true;
+        f->hotKeys.trigger = u"Press <Super>n"_s;
+        f->hotKeys.announceTriggerChange();
+        QCOMPARE(s->recorder->note(), QString());
+        QCOMPARE(s->recorder->text(), u"Press <Super>n"_s);
+        s->click();
+        QVERIFY(!isRecording());
+        const auto buttons = s->recorder->findChildren<QToolButton *>();
+        QVERIFY(buttons[0]->isHidden());
+        buttons[1]->click();
+        QVERIFY(f->hotKeys.takeLog().endsWith(u"configure"));
+    }
+
+    void aMenuItemFollowsItsNameOnTheQueue()
+    {
+        QAction item;
+        setShortcutFor(item, Name::summon());
+        Name::summon().setShortcut(Shortcut(Key::k, Modifier::Control));
+        QCOMPARE(item.shortcut(), QKeySequence(u"Ctrl+Shift+Space"_s));
+        f->queue.runPosted();
+        QCOMPARE(item.shortcut(), QKeySequence(u"Meta+K"_s));
+        setShortcutFor(item, std::nullopt);
+        QVERIFY(item.shortcut().isEmpty());
+    }
+};
+
+QTEST_MAIN(RecorderTests)
+#include "RecorderTests.moc"
