@@ -23,9 +23,9 @@ constexpr int statusOk = 200;
 QNetworkRequest requestFor(const QUrl &address)
 {
     QNetworkRequest request(address);
+    // Qt's own following with our consent asks twice for what a second redirect leads to.
     request.setAttribute(QNetworkRequest::RedirectPolicyAttribute,
-                         QNetworkRequest::UserVerifiedRedirectPolicy);
-    request.setMaximumRedirectsAllowed(mostRedirects);
+                         QNetworkRequest::ManualRedirectPolicy);
     request.setAttribute(QNetworkRequest::CacheLoadControlAttribute,
                          QNetworkRequest::AlwaysNetwork);
     request.setAttribute(QNetworkRequest::CookieLoadControlAttribute, QNetworkRequest::Manual);
@@ -40,11 +40,8 @@ UpdateProblem problemOf(QNetworkReply::NetworkError error, int status)
 {
     switch (error) {
     case QNetworkReply::SslHandshakeFailedError:
-    case QNetworkReply::ProtocolUnknownError: // no TLS library, or a redirect to neither scheme
+    case QNetworkReply::ProtocolUnknownError: // there is no TLS library
         return UpdateProblem::Insecure;
-    case QNetworkReply::TooManyRedirectsError:
-    case QNetworkReply::InsecureRedirectError:
-        return UpdateProblem::UnsafeRedirect;
     default:
         return status == 0          ? UpdateProblem::Unreachable
                : status == statusOk ? UpdateProblem::Interrupted
@@ -55,24 +52,37 @@ UpdateProblem problemOf(QNetworkReply::NetworkError error, int status)
 } // namespace
 
 UpdateFetch::UpdateFetch(QNetworkAccessManager &network, MainQueue &queue, Order order)
-    : m_queue(queue)
+    : m_network(network)
+    , m_queue(queue)
     , m_order(std::move(order))
-    , m_reply(network.get(requestFor(m_order.address)))
 {
+    ask(m_order.address);
+}
+
+UpdateFetch::~UpdateFetch()
+{
+    dropReply();
+}
+
+void UpdateFetch::ask(const QUrl &address)
+{
+    dropReply();
+    m_received = 0;
+    m_reply = m_network.get(requestFor(address));
     m_reply->setReadBufferSize(bufferSize);
     connect(m_reply, &QNetworkReply::readyRead, this, &UpdateFetch::take);
-    connect(m_reply, &QNetworkReply::redirected, this, &UpdateFetch::follow);
     connect(m_reply, &QNetworkReply::finished, this, &UpdateFetch::judge);
     awaitProgress();
 }
 
-UpdateFetch::~UpdateFetch()
+void UpdateFetch::dropReply()
 {
     if (!m_reply)
         return;
     m_reply->disconnect(this);
     m_reply->abort();
     m_reply->deleteLater();
+    m_reply = nullptr;
 }
 
 void UpdateFetch::awaitProgress()
@@ -92,11 +102,10 @@ bool UpdateFetch::take()
         return true;
     awaitProgress();
     m_received += bytes.size();
-    if (status() != statusOk)
-        end(UpdateProblem::ServerError);
-    else if (m_received > m_order.most)
-        end(m_order.whenMore);
-    else if (!m_order.keep(bytes))
+    const bool isFile = status() == statusOk; // else an error page, which judge() comes to
+    if (m_received > m_order.most)
+        end(isFile ? m_order.whenMore : UpdateProblem::ServerError);
+    else if (isFile && !m_order.keep(bytes))
         end(UpdateProblem::NoRoom);
     else
         return true;
@@ -107,7 +116,10 @@ void UpdateFetch::judge()
 {
     if (!take())
         return;
-    if (m_reply->error() == QNetworkReply::NoError && status() == statusOk)
+    const QUrl next = m_reply->attribute(QNetworkRequest::RedirectionTargetAttribute).toUrl();
+    if (!next.isEmpty())
+        follow(m_reply->url().resolved(next));
+    else if (m_reply->error() == QNetworkReply::NoError && status() == statusOk)
         end(std::nullopt);
     else
         end(problemOf(m_reply->error(), status()));
@@ -115,9 +127,8 @@ void UpdateFetch::judge()
 
 void UpdateFetch::follow(const QUrl &address)
 {
-    awaitProgress();
-    if (UpdateAddress::isUsableFrom(m_order.feed, address))
-        Q_EMIT m_reply->redirectAllowed();
+    if (++m_redirects <= mostRedirects && UpdateAddress::isUsableFrom(m_order.feed, address))
+        ask(address);
     else
         end(UpdateProblem::UnsafeRedirect);
 }
@@ -128,10 +139,7 @@ void UpdateFetch::end(std::optional<UpdateProblem> problem)
         qCWarning(fetchLog) << "cannot fetch" << m_order.address << "- status" << status() << '-'
                             << m_reply->errorString();
     m_stall.reset();
-    QNetworkReply *reply = std::exchange(m_reply, nullptr);
-    reply->disconnect(this);
-    reply->abort();
-    reply->deleteLater();
+    dropReply();
     std::exchange(m_order.finished, {})(problem); // may destroy this object
 }
 

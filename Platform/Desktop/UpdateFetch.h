@@ -40,6 +40,8 @@ public:
     ~UpdateFetch() override;
 
 private:
+    void ask(const QUrl &address);
+    void dropReply();
     void awaitProgress();
     /// False when that was the end, and this object may be gone.
     bool take();
@@ -48,10 +50,12 @@ private:
     void end(std::optional<UpdateProblem> problem);
     [[nodiscard]] int status() const;
 
+    QNetworkAccessManager &m_network;
     MainQueue &m_queue;
     Order m_order;
-    QNetworkReply *m_reply;
-    qint64 m_received = 0; ///< bytes
+    QNetworkReply *m_reply = nullptr; ///< owned by the manager; empty once at the end
+    qint64 m_received = 0;            ///< bytes
+    int m_redirects = 0;
     MainQueue::Pending m_stall;
 };
 
