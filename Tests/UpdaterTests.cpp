@@ -210,7 +210,7 @@ private Q_SLOTS:
         check();
         QTRY_VERIFY(said().contains(u"Brevio 0.10.0 is available."));
         const QString notes = dialog()->findChild<QPlainTextEdit *>()->toPlainText();
-        QVERIFY2(notes.contains(u"Undo") && !notes.contains(u'<'), qPrintable(notes));
+        QCOMPARE(notes, QStringLiteral("New:\n• Undo"));
         QTest::keyClick(dialog(), Qt::Key_Return);
         QVERIFY(said().contains(u"Downloading Brevio 0.10.0"));
         QTRY_VERIFY(said().contains(u"The update is in your Downloads folder."));

@@ -5,6 +5,7 @@
 #include <QPlainTextEdit>
 #include <QProgressBar>
 #include <QPushButton>
+#include <QRegularExpression>
 #include <QTextDocumentFragment>
 #include <QVBoxLayout>
 
@@ -35,8 +36,16 @@ QLabel *plainLabel(const QString &text)
 
 QString asText(const QString &notes)
 {
-    return Qt::mightBeRichText(notes) ? QTextDocumentFragment::fromHtml(notes).toPlainText()
-                                      : notes;
+    if (!Qt::mightBeRichText(notes))
+        return notes;
+    // The plain text of a list has lost its marks.
+    static const QRegularExpression listItem(QStringLiteral("(<li\\b[^>]*>)"),
+                                             QRegularExpression::CaseInsensitiveOption);
+    QString marked = notes;
+    marked.replace(listItem, QStringLiteral("\\1• "));
+    // Where an image was, nothing is.
+    return QTextDocumentFragment::fromHtml(marked).toPlainText().remove(
+        QChar::ObjectReplacementCharacter);
 }
 
 } // namespace
@@ -55,7 +64,8 @@ UpdateProgressDialog::UpdateProgressDialog(QWidget *window, const QString &text)
     layout->addWidget(plainLabel(text));
     layout->addWidget(m_bar);
     layout->addWidget(buttons);
-    setMinimumWidth(progressWidth);
+    layout->setSizeConstraint(QLayout::SetFixedSize);
+    m_bar->setMinimumWidth(progressWidth);
 }
 
 void UpdateProgressDialog::setPercent(int percent)
@@ -79,7 +89,6 @@ UpdateOfferDialog::UpdateOfferDialog(QWidget *window, const UpdateTexts::Notice 
     connect(buttons, &QDialogButtonBox::accepted, this, &QDialog::accept);
     connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
     download->setDefault(true);
-    download->setFocus();
 
     auto *layout = new QVBoxLayout(this);
     layout->addWidget(heading);
@@ -95,6 +104,7 @@ UpdateOfferDialog::UpdateOfferDialog(QWidget *window, const UpdateTexts::Notice 
     }
     layout->addWidget(buttons);
     setMinimumWidth(offerWidth);
+    download->setFocus();
 }
 
 } // namespace Platform
