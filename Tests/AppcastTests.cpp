@@ -1,4 +1,5 @@
 #include "Platform/Desktop/Appcast.h"
+#include "Platform/Desktop/ReleaseNotes.h"
 
 #include <QTest>
 
@@ -65,6 +66,30 @@ private Q_SLOTS:
     {
         QCOMPARE(*parseVersion(u"1.0"), *parseVersion(u"1.0.0"));
         QVERIFY(*parseVersion(u"1.0.1") > *parseVersion(u"1.0"));
+    }
+
+    void notesAreShownAsText_data()
+    {
+        QTest::addColumn<QString>("notes");
+        QTest::addColumn<QString>("text");
+        QTest::newRow("plain") << "a < b\n  & c"
+                               << "a < b\n  & c";
+        QTest::newRow("HTML")
+            << "<h3 id=x>New</h3>\n<ul>\n <li>One\n <b>two</b></li><LI>3</LI></ul>"
+            << "New\n• One two\n• 3";
+        QTest::newRow("entities") << "1 &lt;b&gt; &amp;lt; &odd;<br/>2"
+                                  << "1 <b> &lt; &odd;\n2";
+        QTest::newRow("what is not shown")
+            << "<head><title>T</title></head>a<!-- <p> -->b<script>1 > 0</SCRIPT>c<style>d"
+            << "abc";
+        QTest::newRow("unfinished") << "<p>a <p b"
+                                    << "a <p b";
+    }
+
+    void notesAreShownAsText()
+    {
+        QFETCH(QString, notes);
+        QTEST(releaseNotesText(notes), "text");
     }
 
     void hostileAndBrokenFeedsAreRefused_data()

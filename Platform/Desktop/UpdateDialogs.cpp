@@ -1,12 +1,12 @@
 #include "Platform/Desktop/UpdateDialogs.h"
 
+#include "Platform/Desktop/ReleaseNotes.h"
+
 #include <QDialogButtonBox>
 #include <QLabel>
 #include <QPlainTextEdit>
 #include <QProgressBar>
 #include <QPushButton>
-#include <QRegularExpression>
-#include <QTextDocumentFragment>
 #include <QVBoxLayout>
 
 namespace Platform {
@@ -32,20 +32,6 @@ QLabel *plainLabel(const QString &text)
     label->setTextFormat(Qt::PlainText);
     label->setWordWrap(true);
     return label;
-}
-
-QString asText(const QString &notes)
-{
-    if (!Qt::mightBeRichText(notes))
-        return notes;
-    // The plain text of a list has lost its marks.
-    static const QRegularExpression listItem(QStringLiteral("(<li\\b[^>]*>)"),
-                                             QRegularExpression::CaseInsensitiveOption);
-    QString marked = notes;
-    marked.replace(listItem, QStringLiteral("\\1• "));
-    // Where an image was, nothing is.
-    return QTextDocumentFragment::fromHtml(marked).toPlainText().remove(
-        QChar::ObjectReplacementCharacter);
 }
 
 } // namespace
@@ -93,7 +79,7 @@ UpdateOfferDialog::UpdateOfferDialog(QWidget *window, const UpdateTexts::Notice 
     auto *layout = new QVBoxLayout(this);
     layout->addWidget(heading);
     layout->addWidget(plainLabel(notice.explanation));
-    if (const QString text = asText(notes); !text.isEmpty()) {
+    if (const QString text = releaseNotesText(notes); !text.isEmpty()) {
         auto *view = new QPlainTextEdit(text);
         view->setReadOnly(true);
         view->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
