@@ -5,7 +5,7 @@
 
 namespace Platform {
 
-void showAlert(QWidget *window, const Alert &alert, std::function<void(int)> answered)
+QDialog *showAlert(QWidget *window, const Alert &alert, std::function<void(int)> answered)
 {
     auto *sheet = new QMessageBox(window);
     sheet->setAttribute(Qt::WA_DeleteOnClose);
@@ -31,6 +31,7 @@ void showAlert(QWidget *window, const Alert &alert, std::function<void(int)> ans
                              answered(index < 0 ? escape : static_cast<int>(index));
                      });
     sheet->open();
+    return sheet;
 }
 
 } // namespace Platform

@@ -4,6 +4,7 @@
 
 #include <functional>
 
+class QDialog;
 class QWidget;
 
 namespace Platform {
@@ -22,8 +23,10 @@ struct Alert
 };
 
 /// Shows the alert as a sheet on the window, which takes no input until it is answered; null shows
-/// it free-standing. Returns at once; `answered`, which may be empty, is called with the index of
-/// the button when the sheet has gone, and never when the window went first. Main thread only.
-void showAlert(QWidget *window, const Alert &alert, std::function<void(int button)> answered = {});
+/// it free-standing. Returns the sheet, which deletes itself, at once; `answered`, which may be
+/// empty, is called with the index of the button when the sheet has gone, and never when the window
+/// went first. Main thread only.
+QDialog *showAlert(QWidget *window, const Alert &alert,
+                   std::function<void(int button)> answered = {});
 
 } // namespace Platform

@@ -1,0 +1,159 @@
+#include "Platform/Desktop/Appcast.h"
+#include "Platform/Desktop/ReleaseNotes.h"
+
+#include <QTest>
+
+using namespace Platform;
+
+/// Reading the list of releases, which may be anything at all.
+class AppcastTests final : public QObject
+{
+    Q_OBJECT
+
+    static QByteArray feed(const QByteArray &items, const QByteArray &before = {})
+    {
+        return before + "<rss version='2.0' xmlns:s='urn:any'><channel><title>Releases</title>" +
+               items + "</channel></rss>";
+    }
+
+    static QByteArray item(const QByteArray &version, const QByteArray &changed = {},
+                           const QByteArray &to = {})
+    {
+        QByteArray xml = "<item><description>Notes</description>"
+                         "<pubDate>Fri, 14 Mar 2025 09:00:00 +0000</pubDate>"
+                         "<enclosure url='https://a.example/b.deb' length='12' type='x/y' "
+                         "s:version='" +
+                         version + "' s:edSignature='" + QByteArray(64, 'k').toBase64() +
+                         "'/></item>";
+        return changed.isEmpty() ? xml : xml.replace(changed, to);
+    }
+
+private Q_SLOTS:
+    void theNewestReleaseForThisSystemCounts_data()
+    {
+        QTest::addColumn<QByteArray>("items");
+        QTest::addColumn<QString>("shown");
+        QTest::newRow("numbers, not letters") << item("1.10") + item("1.9") << "1.10";
+        QTest::newRow("in any order") << item("1.9.0") + item("1.10.0.0") << "1.10.0.0";
+        QTest::newRow("another system's is passed over")
+            << item("1.0") + item("2.0", "url=", "s:os='windows' url=") +
+                   item("1.5", "url=", "s:os='Linux' url=")
+            << "1.5";
+        QTest::newRow("one that offers no package is passed over")
+            << item("1.0") + "<item><title>News</title></item>"
+            << "1.0";
+        QTest::newRow("its name among people")
+            << item("7", "url=", "s:shortVersionString='2.0 beta 1' url=") << "2.0 beta 1";
+        QTest::newRow("a name that a label would take for mark-up")
+            << item("7", "url=", "s:shortVersionString='2&lt;b>' url=") << "7";
+    }
+
+    void theNewestReleaseForThisSystemCounts()
+    {
+        QFETCH(QByteArray, items);
+        const auto answer =
+            readAppcast(feed(items), QUrl(QStringLiteral("https://a.example/feed")));
+        const auto *found = std::get_if<AppcastItem>(&answer);
+        QVERIFY(found);
+        QTEST(found->shownVersion, "shown");
+        QCOMPARE(found->notes, QStringLiteral("Notes"));
+        QCOMPARE(found->published, QDate(2025, 3, 14));
+        QCOMPARE(found->length, 12);
+        QCOMPARE(found->signature, QByteArray(64, 'k'));
+    }
+
+    void zerosAtTheEndMakeNoNewVersion()
+    {
+        QCOMPARE(*parseVersion(u"1.0"), *parseVersion(u"1.0.0"));
+        QVERIFY(*parseVersion(u"1.0.1") > *parseVersion(u"1.0"));
+    }
+
+    void notesAreShownAsText_data()
+    {
+        QTest::addColumn<QString>("notes");
+        QTest::addColumn<QString>("text");
+        QTest::newRow("plain") << "a < b\n  & c"
+                               << "a < b\n  & c";
+        QTest::newRow("HTML")
+            << "<h3 id=x>New</h3>\n<ul>\n <li>One\n <b>two</b></li><LI>3</LI></ul>"
+            << "New\n• One two\n• 3";
+        QTest::newRow("entities") << "1 &lt;b&gt; &amp;lt; &odd;<br/>2"
+                                  << "1 <b> &lt; &odd;\n2";
+        QTest::newRow("what is not shown")
+            << "<head><title>T</title></head>a<!-- <p> -->b<script>1 > 0</SCRIPT>c<style>d"
+            << "abc";
+        QTest::newRow("unfinished") << "<p>a <p b"
+                                    << "a <p b";
+    }
+
+    void notesAreShownAsText()
+    {
+        QFETCH(QString, notes);
+        QTEST(releaseNotesText(notes), "text");
+    }
+
+    void hostileAndBrokenFeedsAreRefused_data()
+    {
+        QTest::addColumn<QByteArray>("bytes");
+        QTest::addColumn<int>("expected");
+        const auto refuse = [](const char *name, const QByteArray &bytes, AppcastRefusal why) {
+            QTest::newRow(name) << bytes << static_cast<int>(why);
+        };
+        const auto bad = [&](const char *name, const QByteArray &was, const QByteArray &now) {
+            refuse(name, feed(item("1.0", was, now)), AppcastRefusal::BadRelease);
+        };
+        const QByteArray signature = QByteArray(64, 'k').toBase64();
+        QByteArray nested;
+        for (int depth = 0; depth < 100000; ++depth)
+            nested += "<a>";
+
+        refuse("too large", QByteArray(largestAppcast + 1, ' '), AppcastRefusal::TooLarge);
+        refuse("a document type", feed(item("1.0"), "<!DOCTYPE rss>"), AppcastRefusal::Forbidden);
+        refuse("entities that swell",
+               feed("<item>&b;</item>",
+                    "<!DOCTYPE r [<!ENTITY a 'aaaaaaaa'><!ENTITY b '&a;&a;&a;&a;'>]>"),
+               AppcastRefusal::Forbidden);
+        refuse("another encoding", feed(item("1.0"), "<?xml version='1.0' encoding='latin1'?>"),
+               AppcastRefusal::Forbidden);
+        refuse("not UTF-8", feed(item("1.0", "Notes", "\xff")), AppcastRefusal::Forbidden);
+        refuse("absurdly deep", nested, AppcastRefusal::Forbidden);
+        refuse("deep in the notes", feed(item("1.0", "Notes", nested)), AppcastRefusal::Forbidden);
+        refuse("empty", "", AppcastRefusal::Unreadable);
+        refuse("cut off", feed(item("1.0")).chopped(9), AppcastRefusal::Unreadable);
+        refuse("a web page", "<html><body>Sign in</body></html>", AppcastRefusal::Unreadable);
+        refuse("no release", feed({}), AppcastRefusal::NothingHere);
+
+        bad("no version", "s:version='1.0'", "");
+        bad("a version that is none", "'1.0'", "'1.0rc'");
+        bad("a version with a sign", "'1.0'", "'1.+2'");
+        bad("an endless version", "'1.0'", "'" + QByteArray("1.").repeated(999) + "1'");
+        bad("plain http", "https://a", "http://a");
+        bad("plain http on this machine, from elsewhere", "https://a.example", "http://127.0.0.1");
+        bad("a file", "https://a.example", "file://");
+        bad("a user's name", "//a", "//me@a");
+        bad("an endless address", "b.deb", QByteArray(3000, 'b'));
+        bad("no length", "length='12'", "");
+        bad("a length of nothing", "'12'", "'0'");
+        bad("a length with a sign", "'12'", "'+12'");
+        bad("an absurd length", "'12'", "'67108865'");
+        bad("a length beyond numbers", "'12'", "'99999999999999999999'");
+        bad("no signature", signature, "");
+        bad("a signature a byte short", signature, QByteArray(63, 'k').toBase64());
+        bad("a signature a byte long", signature, QByteArray(65, 'k').toBase64());
+        bad("a signature with other characters", signature, "*" + signature);
+        refuse("the newest is bad, an older one is not",
+               feed(item("1.0") + item("2.0", signature, "")), AppcastRefusal::BadRelease);
+    }
+
+    void hostileAndBrokenFeedsAreRefused()
+    {
+        QFETCH(QByteArray, bytes);
+        const auto answer = readAppcast(bytes, QUrl(QStringLiteral("https://a.example/feed")));
+        const auto *refusal = std::get_if<AppcastRefusal>(&answer);
+        QVERIFY(refusal);
+        QTEST(static_cast<int>(*refusal), "expected");
+    }
+};
+
+QTEST_APPLESS_MAIN(AppcastTests)
+#include "AppcastTests.moc"
