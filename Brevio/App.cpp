@@ -7,6 +7,7 @@
 #include "Brevio/PreferencesView.h"
 #include "Brevio/PreferencesWindow.h"
 #include "Brevio/Settings.h"
+#include "Brevio/Updater.h"
 #include "KeyboardShortcuts/KeyboardShortcuts.h"
 #include "Platform/Core/NotificationCenter.h"
 #include "Platform/Core/Termination.h"
@@ -53,6 +54,7 @@ void AppDelegate::applicationDidFinishLaunching()
         *m_store, *m_settings,
         CardController::Services{*m_appearance, queue, *m_screens, UserDefaults::standard()});
     buildMainMenu();
+    KeyboardShortcuts::setMainMenu(m_mainMenu.get());
     lendMenuKeys(m_controller->panel());
     observeSettings();
 
@@ -89,7 +91,12 @@ void AppDelegate::restoreWelcomeNote()
         controller().grid().reload(m_store->notes(), controller().activeNoteID());
 }
 
-void AppDelegate::menuCheckForUpdates() {}
+void AppDelegate::menuCheckForUpdates()
+{
+    // A sheet on the preferences while they are there to carry it.
+    const bool hasWindow = m_preferencesWindow && m_preferencesWindow->isVisible();
+    Updater::shared().checkForUpdates(hasWindow ? m_preferencesWindow.get() : nullptr);
+}
 
 void AppDelegate::hide()
 {

@@ -4,6 +4,7 @@
 #include "Brevio/FormSection.h"
 #include "Brevio/Settings.h"
 #include "Brevio/SwitchRow.h"
+#include "KeyboardShortcuts/Recorder.h"
 
 #include <QHBoxLayout>
 #include <QVBoxLayout>
@@ -78,6 +79,28 @@ QWidget *PreferencesView::hotkeySection()
     layout->addWidget(header);
     auto *section = new FormSection;
     layout->addWidget(section);
+
+    const KeyboardShortcuts::Recorder recorder(tr("Summon a card"),
+                                               KeyboardShortcuts::Name::summon());
+    auto *row = new QWidget;
+    auto *rowLayout = new QHBoxLayout(row);
+    rowLayout->setContentsMargins(0, 0, 0, 0);
+    auto *label = new QLabel(recorder.label(), row);
+    auto *control = recorder.makeControl(row);
+    label->setBuddy(control);
+    rowLayout->addWidget(label);
+    rowLayout->addStretch();
+    rowLayout->addWidget(control);
+    section->addRow(row);
+
+    auto *note = new FormLabel(FormLabel::Kind::Caption, {});
+    section->addNote(note);
+    const auto show = [note](const QString &text) {
+        note->setText(text);
+        note->setVisible(!text.isEmpty());
+    };
+    show(control->note());
+    connect(control, &KeyboardShortcuts::RecorderCocoa::noteChanged, note, show);
     return group;
 }
 
