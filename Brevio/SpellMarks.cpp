@@ -7,7 +7,7 @@
 #include <QEvent>
 #include <QMenu>
 #include <QPainter>
-#include <QPainterPath>
+#include <QPixmap>
 #include <QTextBlock>
 #include <QTextEdit>
 
@@ -28,8 +28,8 @@ constexpr qsizetype mostVerdicts = 4096;
 constexpr int mostCharacters = 4096;
 
 constexpr double waveLength = 4.0;
-constexpr double waveHeight = 2.0;
-constexpr double waveBelowBaseline = 2.0;
+constexpr double waveHeight = 3.0; ///< with its pen
+constexpr double waveBelowBaseline = 1.0;
 constexpr double wavePen = 1.1;
 /// Legible on the paper of either scheme.
 const QColor waveColor(0xff, 0x3b, 0x30);
@@ -54,6 +54,30 @@ const QList<SpellWords::Word> &wordsOf(QTextBlock block)
         known->words = SpellWords::words(QStringView(text).left(mostCharacters));
     }
     return known->words;
+}
+
+/// One length of the wave, to be tiled: stroking whole waves takes 20 times as long as the rest
+/// of a keystroke.
+QPixmap wave(double devicePixelRatio)
+{
+    static QPixmap tile;
+    if (!tile.isNull() && tile.devicePixelRatio() == devicePixelRatio)
+        return tile;
+    tile = QPixmap((QSizeF(waveLength, waveHeight) * devicePixelRatio).toSize());
+    tile.setDevicePixelRatio(devicePixelRatio);
+    tile.fill(Qt::transparent);
+    QPainter painter(&tile);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(QPen(waveColor, wavePen));
+    const double top = wavePen / 2.0;
+    const double bottom = waveHeight - top;
+    // It goes on at both ends.
+    painter.drawPolyline(QPolygonF{{-waveLength / 2.0, top},
+                                   {0.0, bottom},
+                                   {waveLength / 2.0, top},
+                                   {waveLength, bottom},
+                                   {waveLength * 1.5, top}});
+    return tile;
 }
 
 QString translated(const char *source)
@@ -221,22 +245,16 @@ void SpellMarks::paint(QPainter &painter) const
 {
     if (m_wrong.isEmpty())
         return;
-    QPainterPath waves;
     forEachWord([&](const QTextBlock &block, const Mark &mark) {
         if (!isMarked(mark))
             return;
         for (const QRectF &line : lines(block, mark)) {
-            const double top = std::round(line.bottom()) + waveBelowBaseline;
-            waves.moveTo(line.left(), top + waveHeight);
-            bool isUp = true;
-            for (double x = line.left(); x < line.right(); isUp = !isUp) {
-                x += waveLength / 2.0;
-                waves.lineTo(x, isUp ? top : top + waveHeight);
-            }
+            const QPointF start(std::round(line.left()),
+                                std::round(line.bottom()) + waveBelowBaseline);
+            painter.drawTiledPixmap(QRectF(start, QSizeF(std::round(line.width()), waveHeight)),
+                                    wave(painter.device()->devicePixelRatioF()));
         }
     });
-    painter.setRenderHint(QPainter::Antialiasing);
-    painter.strokePath(waves, QPen(waveColor, wavePen, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
 }
 
 void SpellMarks::showMenu(QPoint place, QPoint globalPlace)
@@ -244,7 +262,7 @@ void SpellMarks::showMenu(QPoint place, QPoint globalPlace)
     Mark hit;
     forEachWord([&](const QTextBlock &block, const Mark &mark) {
         for (const QRectF &line : lines(block, mark)) {
-            const QRectF whole = line.adjusted(0.0, 0.0, 0.0, waveBelowBaseline + waveHeight + 1.0);
+            const QRectF whole = line.adjusted(0.0, 0.0, 0.0, waveBelowBaseline + waveHeight);
             if (isMarked(mark) && whole.contains(place))
                 hit = mark;
         }
