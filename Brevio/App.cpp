@@ -11,6 +11,7 @@
 #include "KeyboardShortcuts/KeyboardShortcuts.h"
 #include "Platform/Core/NotificationCenter.h"
 #include "Platform/Core/Termination.h"
+#include "Platform/Desktop/SpellChecker.h"
 #include "Platform/Keyboard/HotKeys.h"
 #include "Platform/Keyboard/KeyboardLayout.h"
 #include "Platform/Keyboard/MenuTracking.h"
@@ -43,6 +44,7 @@ void AppDelegate::applicationDidFinishLaunching()
     auto &queue = MainQueue::main();
     auto &notifications = NotificationCenter::defaultCenter();
     m_appearance = Platform::Appearance::createForDesktop();
+    m_spelling = Platform::SpellChecker::createForDesktop(queue);
     m_screens = Platform::Screens::createForDesktop();
     m_keyboardLayout = Platform::KeyboardLayout::create(queue);
     m_hotKeys = Platform::HotKeys::create(*m_keyboardLayout);
@@ -52,7 +54,8 @@ void AppDelegate::applicationDidFinishLaunching()
 
     m_controller = std::make_unique<CardController>(
         *m_store, *m_settings,
-        CardController::Services{*m_appearance, queue, *m_screens, UserDefaults::standard()});
+        CardController::Services{*m_appearance, queue, *m_screens, UserDefaults::standard(),
+                                 m_spelling.get()});
     buildMainMenu();
     KeyboardShortcuts::setMainMenu(m_mainMenu.get());
     lendMenuKeys(m_controller->panel());

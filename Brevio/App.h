@@ -14,6 +14,7 @@ class HotKeys;
 class KeyboardLayout;
 class MenuTracking;
 class Screens;
+class SpellChecker;
 } // namespace Platform
 
 namespace Brevio {
@@ -66,6 +67,7 @@ private:
 
     // What the desktop provides; outlives everything below it.
     std::unique_ptr<Platform::Appearance> m_appearance;
+    std::unique_ptr<Platform::SpellChecker> m_spelling;
     std::unique_ptr<Platform::Screens> m_screens;
     std::unique_ptr<Platform::KeyboardLayout> m_keyboardLayout;
     std::unique_ptr<Platform::HotKeys> m_hotKeys;

@@ -3,6 +3,7 @@
 #include "Brevio/TextMeasure.h"
 #include "Platform/Screen/Symbols.h"
 
+#include <QContextMenuEvent>
 #include <QGuiApplication>
 #include <QInputMethod>
 #include <QInputMethodEvent>
@@ -162,6 +163,7 @@ void BoundedTextView::setTextFont(const QFont &font)
 void BoundedTextView::keyPressEvent(QKeyEvent *event)
 {
     editDuring([&] { QTextEdit::keyPressEvent(event); });
+    m_typingAids.keyWasTyped(event->text());
 }
 
 void BoundedTextView::inputMethodEvent(QInputMethodEvent *event)
@@ -187,6 +189,14 @@ void BoundedTextView::dropEvent(QDropEvent *event)
     // Whoever believes that text was moved here deletes it, also when it was refused.
     if (!event->source())
         event->setDropAction(Qt::CopyAction);
+}
+
+void BoundedTextView::contextMenuEvent(QContextMenuEvent *event)
+{
+    if (event->reason() == QContextMenuEvent::Keyboard)
+        m_spelling.showMenuAtCaret();
+    else
+        m_spelling.showMenu(viewport()->mapFromGlobal(event->globalPos()), event->globalPos());
 }
 
 void BoundedTextView::insertFromMimeData(const QMimeData *source)
@@ -325,6 +335,7 @@ void BoundedTextView::paintEvent(QPaintEvent *event)
     }
     QTextEdit::paintEvent(event);
     QPainter painter(viewport());
+    m_spelling.paint(painter);
     m_marks.paintCaret(painter);
 }
 

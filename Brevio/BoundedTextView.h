@@ -1,6 +1,8 @@
 #pragma once
 
+#include "Brevio/SpellMarks.h"
 #include "Brevio/TextMarks.h"
+#include "Brevio/TypingAids.h"
 #include "Platform/Screen/Appearance.h"
 
 #include <QTextEdit>
@@ -42,6 +44,12 @@ public:
     [[nodiscard]] bool isDictating() const { return m_isDictating; }
     void setDictating(bool dictating);
 
+    /// The marks of misspelled words, for whoever gives it a checker. Off at first.
+    [[nodiscard]] SpellMarks &spelling() { return m_spelling; }
+    /// What typing substitutes, for whoever says by what. Off at first. Nothing is substituted in
+    /// what is pasted, dropped, composed, or set.
+    [[nodiscard]] TypingAids &typingAids() { return m_typingAids; }
+
     /// The text and the caret take the ink.
     void setColors(const QColor &ink, const QColor &selection);
     /// Also makes the lines as tall as the font asks.
@@ -59,6 +67,7 @@ protected:
     void keyPressEvent(QKeyEvent *event) override;
     void inputMethodEvent(QInputMethodEvent *event) override;
     void dropEvent(QDropEvent *event) override;
+    void contextMenuEvent(QContextMenuEvent *event) override;
     void insertFromMimeData(const QMimeData *source) override;
     QMimeData *createMimeDataFromSelection() const override;
     void paintEvent(QPaintEvent *event) override;
@@ -75,6 +84,8 @@ private:
 
     Platform::Appearance &m_appearance;
     TextMarks m_marks{*this};
+    SpellMarks m_spelling{*this};
+    TypingAids m_typingAids{*this};
     bool m_isComposing = false;
     bool m_isDictating = false;
 

@@ -1,9 +1,11 @@
 #include "Brevio/CardContentView.h"
 
 #include "Brevio/BoundedTextView.h"
+#include "Platform/Core/Languages.h"
 #include "Platform/Screen/Fonts.h"
 #include "Platform/Screen/Symbols.h"
 
+#include <QJsonValue>
 #include <QMouseEvent>
 #include <QPainter>
 
@@ -146,6 +148,15 @@ CardContentView::CardContentView(Platform::Appearance &appearance, Platform::Mai
     connect(&appearance, &Platform::Appearance::changed, this, &CardContentView::applyColors);
     applyColors();
     resize(cardSize);
+}
+
+void CardContentView::setWritingAids(Platform::SpellChecker *checker,
+                                     const QJsonValue &replacements)
+{
+    if (checker)
+        m_textView->spelling().start(*checker, m_queue);
+    m_textView->typingAids().start(
+        Substitutions(Platform::userLanguages().constFirst(), replacements));
 }
 
 QAbstractButton *CardContentView::gridButton() const

@@ -8,6 +8,12 @@
 
 #include <functional>
 
+class QJsonValue;
+
+namespace Platform {
+class SpellChecker;
+}
+
 namespace Brevio {
 
 class BoundedTextView;
@@ -34,6 +40,11 @@ public:
     [[nodiscard]] QAbstractButton *gridButton() const;
     /// 0 while nobody moves the pointer over the card, 1 while somebody does.
     [[nodiscard]] double gridButtonAlpha() const;
+
+    /// Turns on what the editor does by itself: it marks misspelled words, if there is a checker,
+    /// which must outlive the view, and substitutes quotation marks and dashes in the user's
+    /// language, and the user's own replacements (see Substitutions).
+    void setWritingAids(Platform::SpellChecker *checker, const QJsonValue &replacements);
 
     /// The mark is hidden at first.
     [[nodiscard]] bool isPinIndicatorHidden() const;

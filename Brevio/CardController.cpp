@@ -9,6 +9,7 @@
 #include "Brevio/ToastView.h"
 #include "KeyboardShortcuts/KeyboardShortcuts.h"
 #include "Platform/Keyboard/EventMonitor.h"
+#include "Platform/Storage/UserDefaults.h"
 
 #include <QPointer>
 
@@ -62,6 +63,8 @@ CardController::CardController(NoteStore &store, Settings &settings, const Servi
     , m_root(new RootContainer(m_content, m_grid, m_toast, services.appearance))
 {
     m_panel->setContentView(m_root);
+    m_content->setWritingAids(services.spelling,
+                              services.defaults.object(QStringLiteral("brevio.textReplacements")));
     installViewCallbacks();
     installKeyMonitor();
     registerSummonHotkey();

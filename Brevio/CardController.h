@@ -13,6 +13,7 @@ namespace Platform {
 class Appearance;
 class MainQueue;
 class Screens;
+class SpellChecker;
 class UserDefaults;
 struct KeyEvent;
 enum class EventVerdict;
@@ -48,6 +49,7 @@ public:
         Platform::MainQueue &queue;
         Platform::Screens &screens;
         Platform::UserDefaults &defaults;
+        Platform::SpellChecker *spelling = nullptr; ///< without one nothing is marked
     };
 
     /// Builds everything and registers the summon shortcut's action. Shows nothing.

@@ -2,11 +2,15 @@
 #include "Brevio/TextMeasure.h"
 #include "Platform/Screen/Fonts.h"
 #include "Tests/Support/FakeAppearance.h"
+#include "Tests/Support/FakeSpellChecker.h"
+#include "Tests/Support/ManualTime.h"
 
 #include <QClipboard>
 #include <QDropEvent>
 #include <QFontMetricsF>
 #include <QInputMethodEvent>
+#include <QJsonObject>
+#include <QMenu>
 #include <QMimeData>
 #include <QScrollBar>
 #include <QTest>
@@ -54,6 +58,25 @@ private:
         QCOMPARE(event.dropAction(), Qt::CopyAction);
     }
 
+    void type(const QString &text)
+    {
+        // Characters that no Latin-1 key event helper can press.
+        for (const QChar c : text) {
+            QKeyEvent press(QEvent::KeyPress, c == u'\n' ? Qt::Key_Return : Qt::Key_unknown,
+                            Qt::NoModifier, c == u'\n' ? QStringLiteral("\r") : QString(c));
+            QCoreApplication::sendEvent(m_view.get(), &press);
+        }
+    }
+
+    QStringList marksAfterChecking()
+    {
+        m_queue.advance(std::chrono::seconds(1));
+        m_spelling.answer();
+        return m_view->spelling().markedWords();
+    }
+
+    ManualQueue m_queue;
+    FakeSpellChecker m_spelling;
     FakeAppearance m_appearance;
     std::unique_ptr<BoundedTextView> m_view;
     int m_refusals = 0;
@@ -73,6 +96,7 @@ private Q_SLOTS:
         m_view->setFocus();
         m_refusals = 0;
         m_reported.clear();
+        m_spelling = {};
     }
 
     void oneEditIsAcceptedOrRefusedAsAWhole_data()
@@ -211,6 +235,93 @@ private Q_SLOTS:
         m_view->copy();
         QCOMPARE(QGuiApplication::clipboard()->text(), QStringLiteral("a\u00a0b\nc"));
         QVERIFY(!QGuiApplication::clipboard()->mimeData()->hasHtml());
+    }
+
+    void eachSubstitutionIsAnUndoStepOfItsOwn()
+    {
+        m_view->typingAids().start({QStringLiteral("en"), QJsonValue()});
+        const auto caret = [&] { return m_view->textCursor().position(); };
+        type(QStringLiteral("so--\""));
+        QCOMPARE(m_view->text(), QStringLiteral("so—“"));
+        QCOMPARE(m_reported.last(), m_view->text());
+        type(QStringLiteral("x"));
+        m_view->undo();
+        QCOMPARE(m_view->text(), QStringLiteral("so—“"));
+        m_view->undo();
+        QCOMPARE(m_view->text(), QStringLiteral("so—\""));
+        QCOMPARE(caret(), 4);
+        m_view->undo();
+        QCOMPARE(m_view->text(), QStringLiteral("so--\""));
+        QCOMPARE(caret(), 5);
+        type(QStringLiteral("y"));
+        QCOMPARE(m_view->text(), QStringLiteral("so--\"y"));
+    }
+
+    void onlyWhatIsTypedIsSubstitutedAndOnlyWhatFits()
+    {
+        m_view->typingAids().start(
+            {QStringLiteral("en"), QJsonObject{{QStringLiteral("tall"), QString(9, u'\n')}}});
+        paste(QStringLiteral("\"(c) "));
+        compose(QStringLiteral("\""));
+        compose({}, QStringLiteral("\""));
+        QCOMPARE(m_view->text(), QStringLiteral("\"(c) \""));
+        m_view->setText(QStringLiteral("\""));
+        type(QStringLiteral("tall "));
+        QCOMPARE(m_view->text(), QStringLiteral("\"tall "));
+        QCOMPARE(m_refusals, 0);
+    }
+
+    void finishedWordsThatAreWrongAreMarkedWithoutAnEdit()
+    {
+        m_spelling.misspelled = QStringList{QStringLiteral("teh"), QStringLiteral("wrnog")};
+        m_view->spelling().start(m_spelling, m_queue);
+        m_view->setText(QStringLiteral("teh end"));
+        QCOMPARE(marksAfterChecking(), QStringList{QStringLiteral("teh")});
+        QVERIFY(!m_view->document()->isUndoAvailable() && m_reported.isEmpty());
+
+        type(QStringLiteral(" wrnog"));
+        QCOMPARE(marksAfterChecking(), QStringList{QStringLiteral("teh")});
+        const QImage before = m_view->grab().toImage();
+        type(QStringLiteral(" "));
+        QCOMPARE(marksAfterChecking(), m_spelling.misspelled);
+        QVERIFY(m_view->grab().toImage() != before);
+        m_view->undo();
+        QCOMPARE(m_view->text(), QStringLiteral("teh end"));
+        QCOMPARE(m_spelling.asked.count(QStringLiteral("teh")), 1);
+
+        m_view->hide();
+        QCOMPARE(m_spelling.releases, 1);
+        QCOMPARE(m_queue.pendingJobs(), 0);
+    }
+
+    void theMenuCorrectsAndLearnsTheWordAtTheCaret()
+    {
+        m_spelling.misspelled = QStringList{QStringLiteral("teh"), QStringLiteral("wrnog")};
+        m_spelling.suggestions = QStringList{QStringLiteral("the"), QString(9, u'\n')};
+        m_view->spelling().start(m_spelling, m_queue);
+        m_view->setText(QStringLiteral("wrnog teh"));
+        (void)marksAfterChecking();
+        const auto choose = [&](const QString &title) {
+            QContextMenuEvent event(QContextMenuEvent::Keyboard, {}, {});
+            QCoreApplication::sendEvent(m_view.get(), &event);
+            m_spelling.answer();
+            auto *menu = qobject_cast<QMenu *>(QApplication::activePopupWidget());
+            QVERIFY(menu);
+            for (QAction *action : menu->actions())
+                if (action->text() == title)
+                    action->trigger();
+            menu->close();
+        };
+        choose(m_spelling.suggestions[1]); // too tall
+        QCOMPARE(m_view->text(), QStringLiteral("wrnog teh"));
+        QCOMPARE(m_refusals, 1);
+        choose(QStringLiteral("the"));
+        QCOMPARE(m_view->text(), QStringLiteral("wrnog the"));
+        m_view->undo();
+        QCOMPARE(m_view->text(), QStringLiteral("wrnog teh"));
+        choose(QStringLiteral("Learn Spelling"));
+        QCOMPARE(m_spelling.learned, QStringList{QStringLiteral("teh")});
+        QCOMPARE(marksAfterChecking(), QStringList{QStringLiteral("wrnog")});
     }
 
     void nothingScrolls()
