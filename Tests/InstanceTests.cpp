@@ -1,0 +1,382 @@
+#include "Platform/Core/MainQueue.h"
+#include "Platform/Core/UserTime.h"
+#include "Platform/Desktop/Instance.h"
+
+#include <QApplication>
+#include <QDBusConnection>
+#include <QDBusConnectionInterface>
+#include <QDBusMessage>
+#include <QDBusReply>
+#include <QDir>
+#include <QProcess>
+#include <QScopeGuard>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <csignal>
+#include <cstdio>
+#include <cstring>
+#include <list>
+
+#include <sys/prctl.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+
+using namespace Qt::StringLiterals;
+using Platform::Instance;
+
+namespace {
+
+/// Each run of these tests has an id of its own, which its copies inherit.
+constexpr const char *idVariable = "INSTANCE_TESTS_ID";
+const QString applicationId = qEnvironmentVariable(
+    idVariable, u"org.example.Tests.P%1"_s.arg(QCoreApplication::applicationPid()));
+const QString busVariable = u"DBUS_SESSION_BUS_ADDRESS"_s;
+const QString actionId = u"make-tea"_s;
+constexpr const char *roleVariable = "INSTANCE_TESTS_FOLDER"; // set: be a copy on that folder
+constexpr const char *busyVariable = "INSTANCE_TESTS_BUSY";   // set: no event loop before a line
+constexpr auto shortPatience = std::chrono::milliseconds(300);
+constexpr int howLong = 10000; // milliseconds that anything may take
+constexpr uid_t nobody = 65534;
+
+constexpr const char *busConfiguration = R"(<busconfig><type>session</type>
+<listen>unix:dir=%1</listen><auth>EXTERNAL</auth><servicedir>%1</servicedir>
+<policy context="default"><allow send_destination="*" eavesdrop="true"/><allow eavesdrop="true"/>
+<allow own="*"/></policy></busconfig>)";
+
+/// One copy of a program that says what happens to it.
+int runCopy(const QString &folder)
+{
+    ::alarm(60); // whatever happens to the tests
+    const bool isBusy = qEnvironmentVariableIsSet(busyVariable);
+    const auto instance = Instance::claim(
+        applicationId, folder, {actionId},
+        qEnvironmentVariableIsSet("IMPATIENT") ? shortPatience : Instance::defaultPatience);
+    std::puts(instance ? "first" : "second");
+    std::fflush(stdout);
+    if (!instance)
+        return 0;
+    if (isBusy)
+        (void)std::getchar();
+    Platform::MainQueue::main().post([&] {
+        QByteArray line = "launched";
+        for (const auto &request : instance->takePending())
+            line += " by [" + request.action.toUtf8() + ']';
+        std::puts(line.constData());
+        std::fflush(stdout);
+        instance->onRequest([](const auto &request) {
+            std::printf("asked [%s] at %u\n", qPrintable(request.action),
+                        Platform::UserTime::latest());
+            std::fflush(stdout);
+        });
+    });
+    return QApplication::exec();
+}
+
+class Copy final
+{
+public:
+    explicit Copy(const QProcessEnvironment &environment,
+                  const QString &program = QCoreApplication::applicationFilePath(),
+                  const QStringList &arguments = {})
+    {
+        m_process.setProcessEnvironment(environment);
+        m_process.setProcessChannelMode(QProcess::MergedChannels);
+        m_process.setChildProcessModifier([] { ::prctl(PR_SET_PDEATHSIG, SIGKILL); });
+        m_process.start(program, arguments);
+    }
+    ~Copy()
+    {
+        m_process.kill();
+        m_process.waitForFinished();
+    }
+    QByteArray said()
+    {
+        m_said += m_process.readAll();
+        return m_said;
+    }
+    bool says(const QByteArray &text)
+    {
+        return QTest::qWaitFor([&] { return said().contains(text); }, howLong);
+    }
+    bool isRunning() const { return m_process.state() != QProcess::NotRunning; }
+    /// Ended by itself, with success, having said just this.
+    bool endsSaying(const QByteArray &text)
+    {
+        return QTest::qWaitFor([&] { return !isRunning(); }, howLong) &&
+               m_process.exitStatus() == QProcess::NormalExit && m_process.exitCode() == 0 &&
+               said() == text;
+    }
+    void wake() { m_process.write("\n"); }
+
+private:
+    QProcess m_process;
+    QByteArray m_said;
+};
+
+/// The abstract socket of the one copy that runs, found as any stranger could.
+QByteArray abstractName()
+{
+    QFile table(u"/proc/net/unix"_s);
+    if (table.open(QIODevice::ReadOnly)) {
+        for (const auto &line : table.readAll().split('\n')) {
+            if (const auto at = line.indexOf("@" + applicationId.toUtf8()); at >= 0)
+                return line.mid(at + 1);
+        }
+    }
+    return {};
+}
+
+/// A socket of that user's, connected or bound to the name; negative when that is refused.
+template <class Call>
+int strangerAs(uid_t user, const QByteArray &name, Call call)
+{
+    const auto restore = qScopeGuard([self = ::geteuid()] { (void)!::seteuid(self); });
+    if (::seteuid(user) != 0)
+        return -1;
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    std::memcpy(address.sun_path + 1, name.constData(), static_cast<std::size_t>(name.size()));
+    const auto length = offsetof(sockaddr_un, sun_path) + 1 + static_cast<std::size_t>(name.size());
+    const int socket = ::socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0);
+    return call(socket, reinterpret_cast<const sockaddr *>(&address),
+                static_cast<socklen_t>(length)) == 0
+               ? socket
+               : -1;
+}
+
+} // namespace
+
+class InstanceTests final : public QObject
+{
+    Q_OBJECT
+
+    std::unique_ptr<QTemporaryDir> m_folder;
+    std::unique_ptr<Copy> m_bus;
+    QProcessEnvironment m_onBus;
+    QProcessEnvironment m_offBus;
+
+    [[nodiscard]] QString store() const { return m_folder->filePath(u"data/Brew"_s); }
+
+    [[nodiscard]] QString log() const { return m_folder->filePath(u"log"_s); }
+    [[nodiscard]] bool logSays(const QByteArray &text) const
+    {
+        QFile file(log());
+        return QTest::qWaitFor(
+            [&] {
+                file.close();
+                return file.open(QIODevice::ReadOnly) && file.readAll().contains(text);
+            },
+            howLong);
+    }
+
+    /// Rows by who is on the bus.
+    static void addRows()
+    {
+        QTest::addColumn<bool>("firstOnBus");
+        QTest::addColumn<bool>("secondOnBus");
+        QTest::newRow("both on one bus") << true << true;
+        QTest::newRow("no bus") << false << false;
+        QTest::newRow("only the first on a bus") << true << false;
+        QTest::newRow("only the second on a bus") << false << true;
+    }
+    [[nodiscard]] QProcessEnvironment environment(const char *column) const
+    {
+        return *static_cast<const bool *>(QTest::qData(column, qMetaTypeId<bool>())) ? m_onBus
+                                                                                     : m_offBus;
+    }
+
+private Q_SLOTS:
+    void init()
+    {
+        m_folder = std::make_unique<QTemporaryDir>();
+        const auto put = [&](const QString &name, const QString &text) {
+            QFile file(m_folder->filePath(name));
+            return file.open(QIODevice::WriteOnly) && file.write(text.toUtf8()) > 0;
+        };
+        QVERIFY(put(u"bus.conf"_s, QString::fromLatin1(busConfiguration).arg(m_folder->path())));
+        // The bus swallows what a program says that it starts; the shell stays, as its parent.
+        QVERIFY(put(u"tests.service"_s,
+                    u"[D-BUS Service]\nName=%1\nExec=/bin/sh -c \"%2 > %3; :\"\n"_s.arg(
+                        applicationId, QCoreApplication::applicationFilePath(), log())));
+        m_offBus = QProcessEnvironment::systemEnvironment();
+        m_offBus.remove(busVariable);
+        m_offBus.remove(u"XDG_ACTIVATION_TOKEN"_s);
+        m_offBus.insert(u"XDG_RUNTIME_DIR"_s, m_folder->path());
+        m_offBus.insert(QLatin1String(roleVariable), store());
+        m_bus = std::make_unique<Copy>(
+            m_offBus, u"dbus-daemon"_s,
+            QStringList{u"--config-file="_s + m_folder->filePath(u"bus.conf"_s), u"--nofork"_s,
+                        u"--print-address=1"_s});
+        QVERIFY(m_bus->says("guid="));
+        const QByteArray said = m_bus->said(); // complaints may stand around the address
+        const QByteArray address = said.mid(said.indexOf("unix:"));
+        m_onBus = m_offBus;
+        m_onBus.insert(busVariable, QString::fromLatin1(address.left(address.indexOf('\n'))));
+    }
+
+    void aSecondCopyAsksTheFirstToShowAndEnds_data() { addRows(); }
+    void aSecondCopyAsksTheFirstToShowAndEnds()
+    {
+        Copy first(environment("firstOnBus"));
+        QVERIFY(first.says("launched\n"));
+        // The folder is made and reached by another name meanwhile.
+        QVERIFY(QDir().mkpath(store()));
+        QVERIFY(QFile::link(m_folder->filePath(u"data"_s), m_folder->filePath(u"link"_s)));
+        auto later = environment("secondOnBus");
+        later.insert(u"DESKTOP_STARTUP_ID"_s, u"shell_TIMEs-1_TIME4711"_s);
+        later.insert(QLatin1String(roleVariable), m_folder->filePath(u"link/Brew/"_s));
+        Copy second(later);
+        QVERIFY(second.endsSaying("second\n"));
+        QVERIFY(first.says("asked [] at 4711\n"));
+        QCOMPARE(first.said().count("asked"), 1);
+        QVERIFY(QDir(store()).isEmpty());
+        // Another folder is another matter, unless they meet on a bus.
+        later.insert(QLatin1String(roleVariable), m_folder->path());
+        const bool doMeet = environment("firstOnBus") == m_onBus && later.contains(busVariable);
+        Copy elsewhere(later);
+        QVERIFY(elsewhere.says(doMeet ? "second\n" : "launched\n"));
+    }
+
+    void ofCopiesThatStartTogetherOneStays_data() { addRows(); }
+    void ofCopiesThatStartTogetherOneStays()
+    {
+        std::list<Copy> copies;
+        for (int pair = 0; pair < 4; ++pair) {
+            copies.emplace_back(environment("firstOnBus"));
+            copies.emplace_back(environment("secondOnBus"));
+        }
+        const auto running = [&] {
+            return std::count_if(copies.begin(), copies.end(),
+                                 [](const Copy &copy) { return copy.isRunning(); });
+        };
+        QTRY_COMPARE_WITH_TIMEOUT(running(), 1, howLong);
+        for (auto &copy : copies) {
+            if (copy.isRunning())
+                QVERIFY(copy.says("first\nlaunched"));
+            else
+                QVERIFY(copy.endsSaying("second\n"));
+        }
+    }
+
+    void aBusyFirstCopyHearsOfItLater_data() { addRows(); }
+    void aBusyFirstCopyHearsOfItLater()
+    {
+        auto early = environment("firstOnBus");
+        early.insert(QLatin1String(busyVariable), u"1"_s);
+        Copy first(early);
+        QVERIFY(first.says("first\n"));
+        auto later = environment("secondOnBus");
+        later.insert(u"IMPATIENT"_s, u"1"_s);
+        Copy second(later);
+        QVERIFY(
+            second.endsSaying("InstanceTests is already running and does not answer.\nsecond\n"));
+        first.wake();
+        QVERIFY(first.says("[]"));
+    }
+
+    void withTheBusGoneTheSocketServes()
+    {
+        Copy first(m_onBus);
+        QVERIFY(first.says("launched\n"));
+        m_bus.reset();
+        Copy second(m_onBus);
+        QVERIFY(second.endsSaying("second\n"));
+        QVERIFY(first.says("asked [] at 0\n"));
+    }
+
+    void strangersDoNoHarm()
+    {
+        auto first = std::make_unique<Copy>(m_offBus);
+        QVERIFY(first->says("launched\n"));
+        const QByteArray name = abstractName();
+        std::vector<int> sockets;
+        for (const auto &packet : {""_ba, "hallo"_ba, "show "_ba.repeated(5000)}) {
+            for (int count = 0; count < 20; ++count) {
+                sockets.push_back(strangerAs(::geteuid(), name, ::connect));
+                QVERIFY(sockets.back() >= 0);
+                if (!packet.isEmpty())
+                    QVERIFY(::send(sockets.back(), packet.constData(), std::size_t(packet.size()),
+                                   MSG_NOSIGNAL) > 0);
+            }
+        }
+        const bool isRoot = ::geteuid() == 0;
+        if (isRoot) { // only then can there be another user here
+            sockets.push_back(strangerAs(nobody, name, ::connect));
+            (void)::send(sockets.back(), "show ", 5, MSG_NOSIGNAL);
+        }
+        QVERIFY(Copy(m_offBus).endsSaying("second\n"));
+        QVERIFY(first->says("asked [] at 0\n"));
+        QCOMPARE(first->said().count("asked"), 1);
+        first.reset();
+        if (isRoot) {
+            sockets.push_back(strangerAs(nobody, name, [](int socket, auto... address) {
+                return ::bind(socket, address...) == 0 ? ::listen(socket, 1) : -1;
+            }));
+            QVERIFY(sockets.back() >= 0);
+            QVERIFY(Copy(m_offBus).says("launched\n"));
+        }
+        for (const int socket : sockets)
+            ::close(socket);
+    }
+
+    void whatMadeTheDesktopStartItIsKnownAtTheLaunch_data()
+    {
+        QTest::addColumn<QString>("method");
+        QTest::addColumn<QVariantList>("arguments");
+        QTest::addColumn<QByteArray>("launched");
+        const QVariantMap platformData{{u"desktop-startup-id"_s, u"x_TIME99"_s}};
+        const auto parameters = QVariantList{1, u"two"_s};
+        QTest::newRow("show") << u"Activate"_s << QVariantList{platformData}
+                              << "launched by []\n"_ba;
+        QTest::newRow("files") << u"Open"_s
+                               << QVariantList{QStringList{u"file:///x"_s}, platformData}
+                               << "launched by []\n"_ba;
+        QTest::newRow("action") << u"ActivateAction"_s
+                                << QVariantList{actionId, QVariant(parameters), platformData}
+                                << "launched by [make-tea]\n"_ba;
+        QTest::newRow("unknown action")
+            << u"ActivateAction"_s << QVariantList{u"fly"_s, QVariant(parameters), platformData}
+            << "launched\n"_ba;
+    }
+    void whatMadeTheDesktopStartItIsKnownAtTheLaunch()
+    {
+        QFETCH(QString, method);
+        QFETCH(QVariantList, arguments);
+        QFETCH(QByteArray, launched);
+        const QString address = m_onBus.value(busVariable);
+        auto bus = QDBusConnection::connectToBus(address, address);
+        const auto call = [&](const QString &name, const QVariantList &values) {
+            auto message = QDBusMessage::createMethodCall(
+                applicationId, u'/' + QString(applicationId).replace(u'.', u'/'),
+                u"org.freedesktop.Application"_s, name);
+            message.setArguments(values);
+            return bus.call(message).errorMessage();
+        };
+        // The bus starts the program for this one; the next finds it running.
+        const QString complaint = call(method, arguments);
+        const uint started = bus.interface()->servicePid(applicationId);
+        const auto end = qScopeGuard([=] {
+            if (started > 1)
+                ::kill(static_cast<pid_t>(started), SIGKILL);
+            QDBusConnection::disconnectFromBus(address);
+        });
+        QCOMPARE(complaint, QString());
+        QVERIFY(logSays("first\n" + launched));
+        QCOMPARE(call(u"ActivateAction"_s, {actionId, QVariant(QVariantList()), QVariantMap()}),
+                 QString());
+        QVERIFY(logSays("asked [make-tea] at "));
+    }
+};
+
+int main(int argc, char *argv[])
+{
+    QApplication application(argc, argv);
+    if (const QString folder = qEnvironmentVariable(roleVariable); !folder.isEmpty())
+        return runCopy(folder);
+    qputenv(idVariable, applicationId.toUtf8());
+    InstanceTests tests;
+    return QTest::qExec(&tests, argc, argv);
+}
+
+#include "InstanceTests.moc"
