@@ -236,6 +236,14 @@ bool setAside(const QString &path, const QString &suffix)
     return syncFolder(folderOf(target));
 }
 
+bool remove(const QString &path)
+{
+    const QByteArray name = QFile::encodeName(path);
+    if (::unlink(name.constData()) == 0)
+        return syncFolder(folderOf(name));
+    return errno == ENOENT || failed("remove", name);
+}
+
 bool exists(const QString &path)
 {
     struct stat info
