@@ -1,5 +1,7 @@
 #include "Platform/Storage/Files.h"
 
+#include "Platform/Core/Descriptor.h"
+
 #include <QDir>
 #include <QFile>
 #include <QLoggingCategory>
@@ -29,28 +31,6 @@ constexpr mode_t permissionBits = 07777;
 constexpr int longestLinkChain = 40; // the kernel's own limit
 
 enum class IfThere { Replace, Fail };
-
-class Descriptor final
-{
-public:
-    explicit Descriptor(int descriptor = -1)
-        : m_descriptor(descriptor)
-    {}
-    Descriptor(Descriptor &&other) noexcept
-        : m_descriptor(std::exchange(other.m_descriptor, -1))
-    {}
-    Descriptor &operator=(Descriptor &&) = delete;
-    ~Descriptor()
-    {
-        if (isOpen())
-            ::close(m_descriptor);
-    }
-    [[nodiscard]] bool isOpen() const { return m_descriptor >= 0; }
-    [[nodiscard]] int get() const { return m_descriptor; }
-
-private:
-    int m_descriptor;
-};
 
 bool failed(const char *action, const QByteArray &path)
 {
@@ -254,6 +234,14 @@ bool setAside(const QString &path, const QString &suffix)
         !moveWithoutReplacing(target, target + QFile::encodeName(suffix)))
         return failed("set aside", QFile::encodeName(path));
     return syncFolder(folderOf(target));
+}
+
+bool remove(const QString &path)
+{
+    const QByteArray name = QFile::encodeName(path);
+    if (::unlink(name.constData()) == 0)
+        return syncFolder(folderOf(name));
+    return errno == ENOENT || failed("remove", name);
 }
 
 bool exists(const QString &path)

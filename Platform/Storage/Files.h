@@ -30,6 +30,10 @@ namespace Platform::Files {
 /// stays and its target moves. False, with nothing moved, when the new name is taken.
 [[nodiscard]] bool setAside(const QString &path, const QString &suffix);
 
+/// Removes a file, or a symbolic link and not its target, for good: the folder is synced. True
+/// when there is nothing of that name afterwards; a folder stays.
+[[nodiscard]] bool remove(const QString &path);
+
 /// False only when there is certainly nothing: a file behind a locked folder or a failing disk
 /// counts as there. A symbolic link to nothing is nothing.
 [[nodiscard]] bool exists(const QString &path);

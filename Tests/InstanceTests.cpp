@@ -1,0 +1,332 @@
+#include "Platform/Core/MainQueue.h"
+#include "Platform/Core/UserTime.h"
+#include "Platform/Desktop/Instance.h"
+#include "Platform/Storage/Files.h"
+
+#include <QApplication>
+#include <QDBusConnection>
+#include <QDBusConnectionInterface>
+#include <QDBusMessage>
+#include <QDBusReply>
+#include <QDir>
+#include <QProcess>
+#include <QScopeGuard>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <csignal>
+#include <cstdio>
+#include <cstring>
+#include <list>
+
+#include <sys/prctl.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+
+using namespace Qt::StringLiterals;
+using Platform::Instance;
+namespace Files = Platform::Files;
+
+namespace {
+
+/// Each run of these tests has an id of its own, which its copies inherit.
+constexpr const char *idVariable = "INSTANCE_TESTS_ID";
+const QString applicationId = qEnvironmentVariable(
+    idVariable, u"org.example.Tests.P%1"_s.arg(QCoreApplication::applicationPid()));
+const QString busVariable = u"DBUS_SESSION_BUS_ADDRESS"_s;
+const QString actionId = u"make-tea"_s;
+constexpr const char *roleVariable = "INSTANCE_TESTS_FOLDER"; // set: be a copy on that folder
+constexpr const char *busyVariable = "INSTANCE_TESTS_BUSY";   // set: no event loop before a line
+constexpr auto shortPatience = std::chrono::milliseconds(300);
+constexpr int howLong = 10000; // milliseconds that anything may take
+
+constexpr const char *busConfiguration = R"(<busconfig><type>session</type>
+<listen>unix:dir=%1</listen><auth>EXTERNAL</auth><servicedir>%1</servicedir>
+<policy context="default"><allow send_destination="*" eavesdrop="true"/><allow eavesdrop="true"/>
+<allow own="*"/></policy></busconfig>)";
+
+/// One copy of a program that says what happens to it.
+int runCopy(const QString &folder)
+{
+    ::alarm(60); // whatever happens to the tests
+    const auto instance = Instance::claim(
+        applicationId, folder, {actionId},
+        qEnvironmentVariableIsSet("IMPATIENT") ? shortPatience : Instance::defaultPatience);
+    std::setvbuf(stdout, nullptr, _IOLBF, 0);
+    std::puts(instance ? "first" : "second");
+    if (!instance)
+        return 0;
+    if (qEnvironmentVariableIsSet(busyVariable))
+        (void)std::getchar();
+    Platform::MainQueue::main().post([&] {
+        QByteArray line = "launched";
+        for (const auto &request : instance->takePending())
+            line += " by [" + request.action.toUtf8() + ']';
+        std::puts(line.constData());
+        instance->onRequest([](const auto &request) {
+            std::printf("asked [%s] at %u\n", qPrintable(request.action),
+                        Platform::UserTime::latest());
+        });
+    });
+    return QApplication::exec();
+}
+
+class Copy final
+{
+public:
+    explicit Copy(const QProcessEnvironment &environment,
+                  const QString &program = QCoreApplication::applicationFilePath(),
+                  const QStringList &arguments = {})
+    {
+        m_process.setProcessEnvironment(environment);
+        m_process.setProcessChannelMode(QProcess::MergedChannels);
+        m_process.setChildProcessModifier([] { ::prctl(PR_SET_PDEATHSIG, SIGKILL); });
+        m_process.start(program, arguments);
+    }
+    ~Copy()
+    {
+        m_process.kill();
+        m_process.waitForFinished();
+    }
+    QByteArray said()
+    {
+        m_said += m_process.readAll();
+        return m_said;
+    }
+    bool says(const QByteArray &text)
+    {
+        return QTest::qWaitFor([&] { return said().contains(text); }, howLong);
+    }
+    bool isRunning() const { return m_process.state() != QProcess::NotRunning; }
+    /// Ended by itself, with success, having said just this.
+    bool endsSaying(const QByteArray &text)
+    {
+        return QTest::qWaitFor([&] { return !isRunning(); }, howLong) &&
+               m_process.exitStatus() == QProcess::NormalExit && m_process.exitCode() == 0 &&
+               said() == text;
+    }
+    void wake() { m_process.write("\n"); }
+
+private:
+    QProcess m_process;
+    QByteArray m_said;
+};
+
+/// The abstract socket of the one copy that runs, found as any stranger could.
+QByteArray abstractName()
+{
+    QFile table(u"/proc/net/unix"_s);
+    if (table.open(QIODevice::ReadOnly)) {
+        for (const auto &line : table.readAll().split('\n')) {
+            if (const auto at = line.indexOf("@" + applicationId.toUtf8()); at >= 0)
+                return line.mid(at + 1);
+        }
+    }
+    return {};
+}
+
+/// Connects and says that; the socket.
+int strangerSaying(const QByteArray &packet, const QByteArray &name)
+{
+    sockaddr_un address{AF_UNIX, {}};
+    std::memcpy(address.sun_path + 1, name.constData(), std::size_t(name.size()));
+    const auto length = offsetof(sockaddr_un, sun_path) + 1 + std::size_t(name.size());
+    const int socket = ::socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0);
+    if (::connect(socket, reinterpret_cast<sockaddr *>(&address), socklen_t(length)) != 0)
+        return -1;
+    if (!packet.isEmpty())
+        (void)::send(socket, packet.constData(), std::size_t(packet.size()), MSG_NOSIGNAL);
+    return socket;
+}
+
+} // namespace
+
+class InstanceTests final : public QObject
+{
+    Q_OBJECT
+
+    std::unique_ptr<QTemporaryDir> m_folder;
+    std::unique_ptr<Copy> m_bus;
+    QProcessEnvironment m_onBus;
+    QProcessEnvironment m_offBus;
+
+    [[nodiscard]] QString store() const { return m_folder->filePath(u"data/Brew"_s); }
+
+    [[nodiscard]] QString log() const { return m_folder->filePath(u"log"_s); }
+    [[nodiscard]] bool logSays(const QByteArray &text) const
+    {
+        const auto says = [&] { return Files::read(log()).value_or(""_ba).contains(text); };
+        return QTest::qWaitFor(says, howLong);
+    }
+
+    /// Rows by who is on the bus.
+    static void addRows()
+    {
+        QTest::addColumn<bool>("firstOnBus");
+        QTest::addColumn<bool>("secondOnBus");
+        for (const int who : {0, 1, 2, 3})
+            QTest::addRow("on the bus: %d %d", who & 1, who >> 1) << bool(who & 1) << bool(who & 2);
+    }
+    [[nodiscard]] const QProcessEnvironment &environment(const char *column) const
+    {
+        const auto *onBus = QTest::qData(column, qMetaTypeId<bool>());
+        return *static_cast<const bool *>(onBus) ? m_onBus : m_offBus;
+    }
+
+private Q_SLOTS:
+    void init()
+    {
+        m_folder = std::make_unique<QTemporaryDir>();
+        const auto put = [&](const QString &name, const QString &text) {
+            return Files::replaceAtomically(m_folder->filePath(name), text.toUtf8());
+        };
+        QVERIFY(put(u"bus.conf"_s, QString::fromLatin1(busConfiguration).arg(m_folder->path())));
+        // The bus swallows what a program says that it starts; the shell stays, as its parent.
+        QVERIFY(put(u"tests.service"_s,
+                    u"[D-BUS Service]\nName=%1\nExec=/bin/sh -c \"%2 > %3; :\"\n"_s.arg(
+                        applicationId, QCoreApplication::applicationFilePath(), log())));
+        m_offBus = QProcessEnvironment::systemEnvironment();
+        m_offBus.remove(busVariable);
+        m_offBus.remove(u"XDG_ACTIVATION_TOKEN"_s);
+        m_offBus.insert(u"XDG_RUNTIME_DIR"_s, m_folder->path());
+        m_offBus.insert(QLatin1String(roleVariable), store());
+        m_bus = std::make_unique<Copy>(
+            m_offBus, u"dbus-daemon"_s,
+            QStringList{u"--config-file="_s + m_folder->filePath(u"bus.conf"_s), u"--nofork"_s,
+                        u"--print-address=1"_s});
+        QVERIFY(m_bus->says("guid="));
+        const QByteArray said = m_bus->said(); // complaints may stand around the address
+        const QByteArray address = said.mid(said.indexOf("unix:"));
+        m_onBus = m_offBus;
+        m_onBus.insert(busVariable, QString::fromLatin1(address.left(address.indexOf('\n'))));
+    }
+
+    void aSecondCopyAsksTheFirstToShowAndEnds_data() { addRows(); }
+    void aSecondCopyAsksTheFirstToShowAndEnds()
+    {
+        Copy first(environment("firstOnBus"));
+        QVERIFY(first.says("launched\n"));
+        // The folder is made and reached by another name meanwhile.
+        QVERIFY(QDir().mkpath(store()));
+        QVERIFY(QFile::link(m_folder->filePath(u"data"_s), m_folder->filePath(u"link"_s)));
+        auto later = environment("secondOnBus");
+        later.insert(u"DESKTOP_STARTUP_ID"_s, u"shell_TIMEs-1_TIME4711"_s);
+        later.insert(QLatin1String(roleVariable), m_folder->filePath(u"link/Brew/"_s));
+        Copy second(later);
+        QVERIFY(second.endsSaying("second\n"));
+        QVERIFY(first.says("asked [] at 4711\n"));
+        QCOMPARE(first.said().count("asked"), 1);
+        QVERIFY(QDir(store()).isEmpty());
+        // Another folder is another matter, unless they meet on a bus.
+        later.insert(QLatin1String(roleVariable), m_folder->path());
+        const bool doMeet = environment("firstOnBus") == m_onBus && later.contains(busVariable);
+        Copy elsewhere(later);
+        QVERIFY(elsewhere.says(doMeet ? "second\n" : "launched\n"));
+    }
+
+    void ofCopiesThatStartTogetherOneStays_data() { addRows(); }
+    void ofCopiesThatStartTogetherOneStays()
+    {
+        std::list<Copy> copies;
+        for (int pair = 0; pair < 4; ++pair) {
+            copies.emplace_back(environment("firstOnBus"));
+            copies.emplace_back(environment("secondOnBus"));
+        }
+        const auto running = [&] {
+            return std::count_if(copies.begin(), copies.end(),
+                                 [](const Copy &copy) { return copy.isRunning(); });
+        };
+        QTRY_COMPARE_WITH_TIMEOUT(running(), 1, howLong);
+        for (auto &copy : copies) {
+            if (copy.isRunning())
+                QVERIFY(copy.says("first\nlaunched"));
+            else
+                QVERIFY(copy.endsSaying("second\n"));
+        }
+    }
+
+    void aBusyFirstCopyHearsOfItLater_data() { addRows(); }
+    void aBusyFirstCopyHearsOfItLater()
+    {
+        auto early = environment("firstOnBus");
+        early.insert(QLatin1String(busyVariable), u"1"_s);
+        Copy first(early);
+        QVERIFY(first.says("first\n"));
+        auto later = environment("secondOnBus");
+        later.insert(u"IMPATIENT"_s, u"1"_s);
+        Copy second(later);
+        QVERIFY(
+            second.endsSaying("InstanceTests is already running and does not answer.\nsecond\n"));
+        first.wake();
+        QVERIFY(first.says("[]"));
+    }
+
+    void neitherStrangersNorALostBusDoHarm()
+    {
+        Copy first(m_onBus);
+        QVERIFY(first.says("launched\n"));
+        m_bus.reset();
+        std::vector<int> sockets;
+        for (const auto &packet : {""_ba, "hallo"_ba, "show "_ba.repeated(5000)}) {
+            for (int count = 0; count < 20; ++count) {
+                sockets.push_back(strangerSaying(packet, abstractName()));
+                QVERIFY(sockets.back() >= 0);
+            }
+        }
+        QVERIFY(Copy(m_onBus).endsSaying("second\n"));
+        QVERIFY(first.says("asked [] at 0\n"));
+        QCOMPARE(first.said().count("asked"), 1);
+        for (const int socket : sockets)
+            ::close(socket);
+    }
+
+    void whatMadeTheDesktopStartItIsKnownAtTheLaunch_data()
+    {
+        QTest::addColumn<QString>("action"); // empty: Activate
+        QTest::addColumn<QByteArray>("launched");
+        QTest::newRow("show") << QString() << "launched by []\n"_ba;
+        QTest::newRow("action") << actionId << "launched by [make-tea]\n"_ba;
+        QTest::newRow("unknown action") << u"fly"_s << "launched\n"_ba;
+    }
+    void whatMadeTheDesktopStartItIsKnownAtTheLaunch()
+    {
+        QFETCH(QString, action);
+        QFETCH(QByteArray, launched);
+        const QString address = m_onBus.value(busVariable);
+        auto bus = QDBusConnection::connectToBus(address, address);
+        const auto call = [&](const QString &name) {
+            auto message = QDBusMessage::createMethodCall(
+                applicationId, u'/' + QString(applicationId).replace(u'.', u'/'),
+                u"org.freedesktop.Application"_s,
+                name.isEmpty() ? u"Activate"_s : u"ActivateAction"_s);
+            if (!name.isEmpty())
+                message << name << QVariantList{1, u"two"_s};
+            message << QVariantMap{{u"desktop-startup-id"_s, u"x_TIME99"_s}};
+            return bus.call(message).errorMessage();
+        };
+        // The bus starts the program for this one; the next finds it running.
+        const QString complaint = call(action);
+        const uint started = bus.interface()->servicePid(applicationId);
+        const auto end = qScopeGuard([=] {
+            if (started > 1)
+                ::kill(static_cast<pid_t>(started), SIGKILL);
+            QDBusConnection::disconnectFromBus(address);
+        });
+        QCOMPARE(complaint, QString());
+        QVERIFY(logSays("first\n" + launched));
+        QCOMPARE(call(actionId), QString());
+        QVERIFY(logSays("asked [make-tea] at 99"));
+    }
+};
+
+int main(int argc, char *argv[])
+{
+    QApplication application(argc, argv);
+    if (const QString folder = qEnvironmentVariable(roleVariable); !folder.isEmpty())
+        return runCopy(folder);
+    qputenv(idVariable, applicationId.toUtf8());
+    InstanceTests tests;
+    return QTest::qExec(&tests, argc, argv);
+}
+
+#include "InstanceTests.moc"

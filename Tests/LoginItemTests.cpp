@@ -1,0 +1,182 @@
+#include "Brevio/Settings.h"
+#include "Platform/Core/MainQueue.h"
+#include "Platform/Desktop/LoginItem.h"
+#include "Platform/Storage/Files.h"
+#include "Platform/Storage/UserDefaults.h"
+#include "Tests/Support/FakeLoginItem.h"
+
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+#include <QTest>
+
+using namespace Qt::StringLiterals;
+namespace Files = Platform::Files;
+using Platform::LoginItem;
+using Origin = LoginItem::Origin;
+using Status = LoginItem::Status;
+
+static const QString fileName = u"autostart/org.example.Tea.desktop"_s;
+
+class LoginItemTests final : public QObject
+{
+    Q_OBJECT
+
+    std::unique_ptr<QTemporaryDir> m_folder;
+    std::unique_ptr<LoginItem> m_item;
+
+    QString in(const QString &name) const { return m_folder->filePath(name); }
+    QString own() const { return in(u"own/"_s + fileName); }
+    QString systems() const { return in(u"systems/"_s + fileName); }
+    static bool put(const QString &path, const QByteArray &bytes)
+    {
+        return Files::makeFolder(QFileInfo(path).path()) && Files::replaceAtomically(path, bytes);
+    }
+    void useProgram(const QString &name)
+    {
+        QVERIFY(put(in(name), "#!/bin/sh\n"));
+        QVERIFY(QFile::setPermissions(in(name), QFile::ReadOwner | QFile::ExeOwner));
+        m_item = LoginItem::create({u"org.example.Tea"_s, u"Tea"_s, in(name)});
+    }
+
+private Q_SLOTS:
+    void init()
+    {
+        m_folder = std::make_unique<QTemporaryDir>();
+        qputenv("XDG_CONFIG_HOME", in(u"own"_s).toUtf8());
+        qputenv("XDG_CONFIG_DIRS",
+                "relative:" + in(u"nothing:"_s).toUtf8() + in(u"systems"_s).toUtf8());
+        qputenv("XDG_CURRENT_DESKTOP", "ubuntu:GNOME");
+        useProgram(u"bin/tea"_s);
+    }
+
+    /// Each file as the user's own, and what each of the three operations makes of it.
+    void anEntryIsReadAndChangedWithCare_data()
+    {
+        QTest::addColumn<QByteArray>("entry");
+        QTest::addColumn<Status>("status");
+        QTest::addColumn<QByteArray>("afterUser"); // ours: the rest of the file; empty: unchanged
+        const QByteArray top = "[Desktop Entry]\n";
+        const QByteArray good = top + "Exec=sh -c true\n";
+        const QByteArray on = good + "Hidden=false\n";
+        const auto row = [](const char *name, const QByteArray &entry, Status status,
+                            const QByteArray &after = {}) {
+            QTest::newRow(name) << entry << status << after;
+        };
+        row("enabled", good, Status::Enabled);
+        row("odd but enabled",
+            "junk\xff\r\n#[Desktop Entry]\n [Desktop Entry] \r\nHidden=true\nHidden = false\r\n"
+            "Exec = \"/bin/sh\" "
+            "%u\r\nOnlyShowIn=KDE;GNOME;\nNotShowIn=XFCE;\n[Other]\nHidden=true\n",
+            Status::Enabled);
+        row("hidden", good + "X-Own=1\nHidden=true\n[A]\nHidden=true\n", Status::RequiresApproval,
+            good + "X-Own=1\nHidden=false\n[A]\nHidden=true\n");
+        row("off in GNOME", good + "X-GNOME-Autostart-enabled=False\n", Status::RequiresApproval,
+            good + "X-GNOME-Autostart-enabled=true\nHidden=false\n");
+        row("off in MATE", good + "X-MATE-Autostart-enabled=false\n\n[A]\nB=1",
+            Status::RequiresApproval,
+            good + "X-MATE-Autostart-enabled=true\nHidden=false\n\n[A]\nB=1");
+        row("only elsewhere", good + "OnlyShowIn=KDE;\n", Status::RequiresApproval, on);
+        row("not here", good + "NotShowIn=KDE;ubuntu\n", Status::RequiresApproval, on);
+        row("for no desktop", good + "OnlyShowIn=\n", Status::RequiresApproval, on);
+        row("program gone", top + "Exec=/gone/tea\nX-Own=1\n", Status::NotRegistered,
+            top + "Exec=PROGRAM\nX-Own=1\nTryExec=PROGRAM\nHidden=false\n");
+        row("test program gone", good + "TryExec=/gone/tea\n", Status::NotRegistered,
+            top + "Exec=PROGRAM\nTryExec=PROGRAM\nHidden=false\n");
+        const QByteArray fresh = top + "Type=Application\nName=Tea\nIcon=org.example.Tea\n"
+                                       "Exec=PROGRAM\nTryExec=PROGRAM\nHidden=false\n";
+        row("no group", QByteArray("\0Exec=sh\n", 9), Status::NotRegistered, fresh);
+        row("none", {}, Status::NotRegistered, fresh);
+    }
+    void anEntryIsReadAndChangedWithCare()
+    {
+        QFETCH(QByteArray, entry);
+        QFETCH(Status, status);
+        QFETCH(QByteArray, afterUser);
+        const auto start = [&] { return entry.isEmpty() || put(own(), entry); };
+        const auto content = [&] { return Files::read(own()).value_or(QByteArray()); };
+        afterUser.replace("PROGRAM", in(u"bin/tea"_s).toUtf8());
+        QVERIFY(start());
+        QCOMPARE(m_item->status(), status);
+        if (status != Status::Enabled) {
+            QVERIFY(m_item->unregisterItem());
+            QCOMPARE(content(), entry);
+        }
+        const bool isRefused = status == Status::RequiresApproval;
+        QCOMPARE(m_item->registerItem(Origin::Launch), !isRefused);
+        QCOMPARE(content(), isRefused || afterUser.isEmpty() ? entry : afterUser);
+        QVERIFY(start());
+        QVERIFY(m_item->registerItem(Origin::User));
+        QCOMPARE(content(), afterUser.isEmpty() ? entry : afterUser);
+        QCOMPARE(m_item->status(), Status::Enabled);
+        QVERIFY(m_item->unregisterItem());
+        QVERIFY(!QFile::exists(own()));
+    }
+
+    void aSystemWideEntryIsMaskedAndUnmasked()
+    {
+        const QByteArray entry = "[Desktop Entry]\nExec=sh\n";
+        QVERIFY(put(systems(), entry));
+        QCOMPARE(m_item->status(), Status::Enabled);
+        QVERIFY(m_item->unregisterItem());
+        QCOMPARE(m_item->status(), Status::RequiresApproval);
+        QVERIFY(!m_item->registerItem(Origin::Launch));
+        QVERIFY(m_item->registerItem(Origin::User));
+        QCOMPARE(m_item->status(), Status::Enabled);
+        QCOMPARE(Files::read(systems()), entry);
+    }
+
+    void aPathOfAnyCharactersIsQuoted()
+    {
+        useProgram(u"a \"b\" $c\\d 100%`é"_s);
+        QVERIFY(m_item->registerItem(Origin::Launch));
+        const QByteArray folder = m_folder->path().toUtf8();
+        const QByteArray entry = Files::read(own()).value_or(QByteArray());
+        // A backslash for the quotes, and each backslash doubled for the value.
+        QVERIFY(entry.contains("\nExec=\"" + folder +
+                               "/a \\\\\"b\\\\\" \\\\$c\\\\\\\\d 100%%\\\\`\xc3\xa9\"\n"));
+        QVERIFY(entry.contains("\nTryExec=" + folder + "/a \"b\" $c\\\\d 100%`\xc3\xa9\n"));
+        QCOMPARE(m_item->status(), Status::Enabled);
+    }
+
+    void whatCannotBeDoneFailsQuietly()
+    {
+        QVERIFY(Files::makeFolder(own())); // a folder in the file's place
+        QCOMPARE(m_item->status(), Status::NotRegistered);
+        QVERIFY(!m_item->registerItem(Origin::User));
+        QVERIFY(QDir(in(u"own"_s)).removeRecursively());
+        QVERIFY(put(in(u"own"_s), "a file in the folder's place"));
+        QCOMPARE(m_item->status(), Status::NotFound);
+        QVERIFY(!m_item->registerItem(Origin::User));
+        QVERIFY(QFile::remove(in(u"own"_s)) && QFile::remove(in(u"bin/tea"_s)));
+        QCOMPARE(m_item->status(), Status::NotFound);
+        QVERIFY(!m_item->registerItem(Origin::User) && !QFile::exists(in(u"own"_s)));
+    }
+
+    void theSettingChangesOnlyAnItemThatDiffers()
+    {
+        for (const auto status :
+             {Status::NotRegistered, Status::Enabled, Status::RequiresApproval, Status::NotFound}) {
+            FakeLoginItem item;
+            item.setStatus(status);
+            item.succeeds = false;
+            const bool isEnabled = status == Status::Enabled;
+            Brevio::Settings::applyStartAtLogin(false, item, Origin::User);
+            QCOMPARE(item.unregistrations, isEnabled ? 1 : 0);
+            Brevio::Settings::applyStartAtLogin(true, item, Origin::Launch);
+            QCOMPARE(item.registrations,
+                     isEnabled ? std::vector<Origin>() : std::vector{Origin::Launch});
+        }
+        Platform::UserDefaults defaults(in(u"defaults.json"_s), Platform::MainQueue::main());
+        Brevio::Settings settings(defaults);
+        QList<bool> before;
+        const auto watch = settings.onWillChange(
+            [&] { before << settings.showInMenuBar.get() << settings.startAtLogin.get(); });
+        settings.showInMenuBar.set(false);
+        settings.startAtLogin.set(true);
+        QCOMPARE(before, QList<bool>({true, false, false, false}));
+    }
+};
+
+QTEST_GUILESS_MAIN(LoginItemTests)
+#include "LoginItemTests.moc"
