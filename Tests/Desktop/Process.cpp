@@ -53,6 +53,12 @@ QByteArray Process::output() const
     return log.open(QIODevice::ReadOnly) ? log.readAll() : QByteArray();
 }
 
+void Process::write(const QByteArray &input)
+{
+    m_process.write(input);
+    m_process.waitForBytesWritten(millisecondsOfPatience);
+}
+
 void Process::terminate()
 {
     if (m_process.state() != QProcess::NotRunning)

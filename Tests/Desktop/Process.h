@@ -30,6 +30,9 @@ public:
     /// Everything it has printed so far.
     [[nodiscard]] QByteArray output() const;
 
+    /// Hands it a piece of input.
+    void write(const QByteArray &input);
+
     /// Asks it to end, without waiting.
     void terminate();
     /// Waits for the program to end by itself. False when it does not in time.
