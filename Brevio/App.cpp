@@ -11,13 +11,17 @@
 #include "KeyboardShortcuts/KeyboardShortcuts.h"
 #include "Platform/Core/NotificationCenter.h"
 #include "Platform/Core/Termination.h"
+#include "Platform/Desktop/Instance.h"
+#include "Platform/Desktop/LoginItem.h"
 #include "Platform/Desktop/SpellChecker.h"
+#include "Platform/Desktop/StatusItem.h"
 #include "Platform/Keyboard/HotKeys.h"
 #include "Platform/Keyboard/KeyboardLayout.h"
 #include "Platform/Keyboard/MenuTracking.h"
 #include "Platform/Screen/Appearance.h"
 #include "Platform/Screen/OrdinaryWindow.h"
 #include "Platform/Screen/Screens.h"
+#include "Platform/Storage/Folders.h"
 #include "Platform/Storage/UserDefaults.h"
 
 #include <QApplication>
@@ -25,9 +29,21 @@
 
 namespace Brevio {
 
+using Platform::LoginItem;
 using Platform::MainQueue;
 using Platform::NotificationCenter;
 using Platform::UserDefaults;
+
+namespace {
+
+const auto applicationName = QStringLiteral("Brevio");
+const auto applicationId = QStringLiteral("org.brevio.Brevio");
+
+/// The actions of the desktop entry.
+const auto newCardAction = QStringLiteral("new-card");
+const auto showAllCardsAction = QStringLiteral("show-all-cards");
+
+} // namespace
 
 AppDelegate::AppDelegate()
     : m_store(std::make_unique<NoteStore>())
@@ -39,7 +55,7 @@ AppDelegate::~AppDelegate()
     KeyboardShortcuts::dropEnvironment();
 }
 
-void AppDelegate::applicationDidFinishLaunching()
+void AppDelegate::applicationDidFinishLaunching(Platform::Instance &instance)
 {
     auto &queue = MainQueue::main();
     auto &notifications = NotificationCenter::defaultCenter();
@@ -59,20 +75,56 @@ void AppDelegate::applicationDidFinishLaunching()
     buildMainMenu();
     KeyboardShortcuts::setMainMenu(m_mainMenu.get());
     lendMenuKeys(m_controller->panel());
+    if (m_settings->showInMenuBar.get())
+        installStatusItem();
+    m_loginItem = LoginItem::create(
+        {applicationId, applicationName, QCoreApplication::applicationFilePath()});
+    Settings::applyStartAtLogin(m_settings->startAtLogin.get(), *m_loginItem,
+                                LoginItem::Origin::Launch);
     observeSettings();
+    decideWhatToShow(instance);
+}
 
-    if (m_store->pendingWelcomeID())
-        m_controller->showFreshCard();
+void AppDelegate::decideWhatToShow(Platform::Instance &instance)
+{
+    // The desktop may have started the program for one command, or by asking it to show itself,
+    // which is what a launch does anyway.
+    bool isForCommand = false;
+    for (const auto &request : instance.takePending()) {
+        if (request.action.isEmpty())
+            continue;
+        isForCommand = true;
+        handleRequest(request);
+    }
+    if (!isForCommand) {
+        if (m_store->pendingWelcomeID())
+            m_controller->showFreshCard();
+        else
+            showPreferences();
+    }
+    instance.onRequest([this](const auto &request) { handleRequest(request); });
+}
+
+void AppDelegate::handleRequest(const Platform::InstanceRequest &request)
+{
+    if (request.action == newCardAction)
+        menuSummon();
+    else if (request.action == showAllCardsAction)
+        menuGrid();
     else
-        showPreferences();
+        applicationShouldHandleReopen();
 }
 
 void AppDelegate::observeSettings()
 {
-    m_subscriptions.push_back(
-        m_settings->showInMenuBar.onChange([this](bool) { m_settings->save(); }));
-    m_subscriptions.push_back(
-        m_settings->startAtLogin.onChange([this](bool) { m_settings->save(); }));
+    m_subscriptions.push_back(m_settings->showInMenuBar.onChange([this](bool isShown) {
+        isShown ? installStatusItem() : m_statusItem.reset();
+        m_settings->save();
+    }));
+    m_subscriptions.push_back(m_settings->startAtLogin.onChange([this](bool isOn) {
+        Settings::applyStartAtLogin(isOn, *m_loginItem, LoginItem::Origin::User);
+        m_settings->save();
+    }));
 }
 
 void AppDelegate::showPreferences()
@@ -150,16 +202,22 @@ AppDelegate &BrevioMain::delegate()
 int BrevioMain::run(int argc, char *argv[])
 {
     preferXWayland();
-    QApplication::setApplicationName(QStringLiteral("Brevio"));
-    QApplication::setDesktopFileName(QStringLiteral("org.brevio.Brevio"));
+    QApplication::setApplicationName(applicationName);
+    QApplication::setDesktopFileName(applicationId);
     QApplication application(argc, argv);
     // Its windows come and go; the program lives in the background.
     QApplication::setQuitOnLastWindowClosed(false);
 
     Platform::quitOnTerminationSignals();
 
+    // Two copies must not write one store, so nothing of it is read before this.
+    const auto instance = Platform::Instance::claim(
+        applicationId, Platform::Folders::dataHome() + QStringLiteral("/Brevio"),
+        {newCardAction, showAllCardsAction});
+    if (!instance)
+        return 0;
     auto &app = delegate();
-    MainQueue::main().post([&app] { app.applicationDidFinishLaunching(); });
+    MainQueue::main().post([&] { app.applicationDidFinishLaunching(*instance); });
     const int status = QApplication::exec();
     // What was typed or moved a moment ago is still waiting to be written.
     app.store().flush();

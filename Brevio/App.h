@@ -11,9 +11,13 @@ class QWidget;
 namespace Platform {
 class Appearance;
 class HotKeys;
+class Instance;
 class KeyboardLayout;
+class LoginItem;
 class MenuTracking;
 class Screens;
+class StatusItem;
+struct InstanceRequest;
 class SpellChecker;
 } // namespace Platform
 
@@ -34,8 +38,9 @@ public:
     ~AppDelegate();
 
     /// Called once, from inside the running event loop. Shows the welcome card on a first run, the
-    /// preferences on later ones.
-    void applicationDidFinishLaunching();
+    /// preferences on later ones; a start for one command does that instead. `instance` must
+    /// outlive the delegate.
+    void applicationDidFinishLaunching(Platform::Instance &instance);
     /// The user has opened the running program again.
     void applicationShouldHandleReopen() { showPreferences(); }
 
@@ -58,11 +63,15 @@ public:
 
 private:
     void observeSettings();
+    void decideWhatToShow(Platform::Instance &instance);
+    /// Another start, or the desktop, wants something of the running program.
+    void handleRequest(const Platform::InstanceRequest &request);
     void restoreWelcomeNote();
 
     void buildMainMenu();
     /// Makes the main menu's keys work in the window.
     void lendMenuKeys(QWidget &window) const;
+    void installStatusItem();
     void rebuildStatusMenu(QMenu &menu);
 
     // What the desktop provides; outlives everything below it.
@@ -72,11 +81,14 @@ private:
     std::unique_ptr<Platform::KeyboardLayout> m_keyboardLayout;
     std::unique_ptr<Platform::HotKeys> m_hotKeys;
     std::unique_ptr<Platform::MenuTracking> m_menuTracking;
+    std::unique_ptr<Platform::LoginItem> m_loginItem;
 
     std::unique_ptr<NoteStore> m_store;
     std::unique_ptr<Settings> m_settings;
     std::unique_ptr<CardController> m_controller;           ///< empty until launched
-    std::unique_ptr<QMenu> m_mainMenu;                      ///< never shown; empty until launched
+    std::unique_ptr<QMenu> m_mainMenu;   ///< never shown; empty until launched
+    std::unique_ptr<QMenu> m_statusMenu; ///< filled anew at each opening
+    std::unique_ptr<Platform::StatusItem> m_statusItem; ///< empty while the icon is not shown
     std::unique_ptr<PreferencesWindow> m_preferencesWindow; ///< empty until first shown
     std::vector<Platform::Subscription> m_subscriptions;
 };

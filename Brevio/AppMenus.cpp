@@ -7,6 +7,7 @@
 #include "Brevio/CardPanel.h"
 #include "KeyboardShortcuts/NSMenuItem++.h"
 #include "KeyboardShortcuts/Name.h"
+#include "Platform/Desktop/StatusItem.h"
 #include "Platform/Screen/OrdinaryWindow.h"
 
 #include <QApplication>
@@ -104,6 +105,17 @@ void AppDelegate::buildMainMenu()
 void AppDelegate::lendMenuKeys(QWidget &window) const
 {
     window.addActions(m_mainMenu->actions());
+}
+
+void AppDelegate::installStatusItem()
+{
+    m_statusItem.reset();
+    m_statusMenu = std::make_unique<QMenu>();
+    QObject::connect(m_statusMenu.get(), &QMenu::aboutToShow, m_statusMenu.get(),
+                     [this] { rebuildStatusMenu(*m_statusMenu); });
+    rebuildStatusMenu(*m_statusMenu);
+    m_statusItem = std::make_unique<Platform::StatusItem>(
+        QStringLiteral("Brevio"), QStringLiteral("note.text"), *m_statusMenu);
 }
 
 void AppDelegate::rebuildStatusMenu(QMenu &menu)

@@ -61,8 +61,8 @@ void StatusHosts::watchBus()
         return;
     }
     auto bus = QDBusConnection::sessionBus();
-    auto *owners = new QDBusServiceWatcher(watcherName, bus,
-                                           QDBusServiceWatcher::WatchForOwnerChange, this);
+    auto *owners =
+        new QDBusServiceWatcher(watcherName, bus, QDBusServiceWatcher::WatchForOwnerChange, this);
     connect(owners, &QDBusServiceWatcher::serviceOwnerChanged, this,
             [this](const QString &, const QString &, const QString &owner) {
                 setNotifier(false);
@@ -144,8 +144,8 @@ void StatusHosts::announceLater()
         this,
         [this] {
             m_isAnnouncing = false;
-            qCInfo(statusHostsLog) << "watcher:" << m_hasNotifier.value_or(false)
-                                   << "tray window:" << m_tray;
+            qCInfo(statusHostsLog)
+                << "watcher:" << m_hasNotifier.value_or(false) << "tray window:" << m_tray;
             Q_EMIT changed();
         },
         Qt::QueuedConnection);
