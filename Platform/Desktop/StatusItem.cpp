@@ -78,7 +78,8 @@ void StatusItem::adoptHosts()
     m_icon->setToolTip(m_title);
     m_icon->setContextMenu(&m_menu);
     connect(m_icon.get(), &QSystemTrayIcon::activated, this, [this](auto reason) {
-        // The right button's menu is Qt's or the host's doing. Two clicks in a hurry are two clicks.
+        // The right button's menu is Qt's or the host's doing. Two clicks in a hurry are two
+        // clicks.
         if (reason == QSystemTrayIcon::Trigger || reason == QSystemTrayIcon::DoubleClick)
             openMenu();
     });

@@ -1,12 +1,13 @@
 #include "Platform/Screen/Appearance.h"
 
+#include "Platform/Core/SessionBus.h"
+
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
 #include <QDBusVariant>
 #include <QEvent>
-#include <QFileInfo>
 #include <QGuiApplication>
 #include <QLoggingCategory>
 #include <QPalette>
@@ -25,13 +26,6 @@ const QString portalPath = QStringLiteral("/org/freedesktop/portal/desktop");
 const QString portalInterface = QStringLiteral("org.freedesktop.portal.Settings");
 const QString settingsGroup = QStringLiteral("org.freedesktop.appearance");
 const QString settingsKey = QStringLiteral("color-scheme");
-
-/// Asking for a bus that is not there could start one, which takes its time.
-bool hasSessionBus()
-{
-    return !qEnvironmentVariableIsEmpty("DBUS_SESSION_BUS_ADDRESS") ||
-           QFileInfo::exists(qEnvironmentVariable("XDG_RUNTIME_DIR") + QStringLiteral("/bus"));
-}
 
 /// What a portal's answer, wrapped in any number of variants, asks for; empty for no preference.
 std::optional<ColorScheme> statedScheme(QVariant value)

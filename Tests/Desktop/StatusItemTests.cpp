@@ -7,8 +7,9 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr QRect panelPlace(0, 776, 1280, 24);
-const QByteArray panel = "rounded = 0\nborder_width = 0\nbackground_color = %1 100\npanel_items = S\n"
-                         "panel_size = 100% 24\npanel_background_id = 1\n";
+const QByteArray panel =
+    "rounded = 0\nborder_width = 0\nbackground_color = %1 100\npanel_items = S\n"
+    "panel_size = 100% 24\npanel_background_id = 1\n";
 const QByteArray toggle = "\n";
 
 } // namespace
