@@ -63,7 +63,9 @@ void AppDelegate::applicationDidFinishLaunching(Platform::Instance &instance)
     m_spelling = Platform::SpellChecker::createForDesktop(queue);
     m_screens = Platform::Screens::createForDesktop();
     m_keyboardLayout = Platform::KeyboardLayout::create(queue);
-    m_hotKeys = Platform::HotKeys::create(*m_keyboardLayout);
+    m_hotKeys = Platform::HotKeys::create(
+        *m_keyboardLayout, {QGuiApplication::desktopFileName(), QStringLiteral("summon"),
+                            QCoreApplication::translate("GlobalShortcut", "Summon a card")});
     m_menuTracking = std::make_unique<Platform::MenuTracking>(notifications);
     KeyboardShortcuts::setEnvironment(
         {UserDefaults::standard(), notifications, queue, *m_hotKeys, *m_keyboardLayout});

@@ -86,9 +86,9 @@ private:
     std::unique_ptr<NoteStore> m_store;
     std::unique_ptr<Settings> m_settings;
     std::unique_ptr<CardController> m_controller;           ///< empty until launched
-    std::unique_ptr<QMenu> m_mainMenu;   ///< never shown; empty until launched
-    std::unique_ptr<QMenu> m_statusMenu; ///< filled anew at each opening
-    std::unique_ptr<Platform::StatusItem> m_statusItem; ///< empty while the icon is not shown
+    std::unique_ptr<QMenu> m_mainMenu;                      ///< never shown; empty until launched
+    std::unique_ptr<QMenu> m_statusMenu;                    ///< filled anew at each opening
+    std::unique_ptr<Platform::StatusItem> m_statusItem;     ///< empty while the icon is not shown
     std::unique_ptr<PreferencesWindow> m_preferencesWindow; ///< empty until first shown
     std::vector<Platform::Subscription> m_subscriptions;
 };

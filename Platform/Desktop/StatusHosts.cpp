@@ -1,5 +1,6 @@
 #include "Platform/Desktop/StatusHosts.h"
 
+#include "Platform/Core/SessionBus.h"
 #include "Platform/Screen/X11.h"
 
 #include <QCoreApplication>
@@ -9,7 +10,6 @@
 #include <QDBusPendingReply>
 #include <QDBusServiceWatcher>
 #include <QDBusVariant>
-#include <QFileInfo>
 #include <QLoggingCategory>
 
 #include <xcb/xcb.h>
@@ -28,13 +28,6 @@ const QString hostSignal = QStringLiteral("StatusNotifierHostRegistered");
 const QByteArray traySelection = QByteArrayLiteral("_NET_SYSTEM_TRAY_S0");
 
 constexpr std::uint8_t eventKind = 0x7F; // without the mark of an event that a client sent
-
-/// Asking for a bus that is not there could start one, which takes its time.
-bool hasSessionBus()
-{
-    return !qEnvironmentVariableIsEmpty("DBUS_SESSION_BUS_ADDRESS") ||
-           QFileInfo::exists(qEnvironmentVariable("XDG_RUNTIME_DIR") + QStringLiteral("/bus"));
-}
 
 } // namespace
 

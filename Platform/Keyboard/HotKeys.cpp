@@ -41,13 +41,16 @@ bool isWaylandSession()
 
 } // namespace
 
-std::unique_ptr<HotKeys> HotKeys::create(KeyboardLayout &layout)
+std::unique_ptr<HotKeys> HotKeys::create(KeyboardLayout &layout, const HotKeyLabel &label)
 {
-    if (!isWaylandSession()) {
-        if (auto x11 = createX11HotKeys(layout)) {
-            qCInfo(hotKeysLog, "Hot keys are X grabs");
-            return x11;
+    if (isWaylandSession()) {
+        if (auto portal = createPortalHotKeys(layout, label)) {
+            qCInfo(hotKeysLog, "Hot keys are the desktop portal's");
+            return portal;
         }
+    } else if (auto x11 = createX11HotKeys(layout)) {
+        qCInfo(hotKeysLog, "Hot keys are X grabs");
+        return x11;
     }
     qCInfo(hotKeysLog, "Hot keys are not supported here");
     return std::make_unique<NoHotKeys>();

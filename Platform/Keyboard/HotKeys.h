@@ -22,6 +22,14 @@ struct HotKeyEvent
     Kind kind = Kind::Pressed;
 };
 
+/// What a desktop that decides about shortcuts itself calls the program's.
+struct HotKeyLabel
+{
+    QString applicationId; ///< Names the installed desktop file, without its ".desktop".
+    QString name;          ///< What the desktop remembers it by; the same in every run.
+    QString description;   ///< For the user, translated.
+};
+
 /// Key combinations that reach the program whatever has the keyboard. A held key is pressed once
 /// and released once. The server's time of a press is in UserTime before it is announced.
 /// Registrations end with the object. Main thread only.
@@ -37,7 +45,8 @@ public:
 
     virtual ~HotKeys() = default;
 
-    /// False when every registration will fail because nothing here can serve any.
+    /// False when no hot key will be pressed because nothing here can serve any. Where the desktop
+    /// decides, it is also false until the desktop has said that it can; onTriggerChange tells.
     [[nodiscard]] virtual bool isSupported() const = 0;
 
     /// Registers the key with exactly these modifiers (Shift, Control, Option, Command). An id that
@@ -47,37 +56,41 @@ public:
     /// Does nothing for an unknown id.
     virtual void unregisterHotKey(HotKeyId id) = 0;
 
+    /// Whether the keys are the desktop's to choose. Then those of a registration are no more than
+    /// a proposal, registering succeeds before the desktop was asked, and all ids are pressed by
+    /// the one combination that the desktop has for the program.
+    [[nodiscard]] virtual bool isDecidedByDesktop() const { return false; }
+    /// What the desktop calls the keys that it has chosen, to be shown as it is. Empty where it
+    /// does not decide, has bound nothing, or does not say.
+    [[nodiscard]] virtual QString triggerDescription(HotKeyId) const { return {}; }
+    /// Whether configure() does anything.
+    [[nodiscard]] virtual bool canConfigure() const { return false; }
+    /// Lets the user choose the keys in the desktop's own way; asks again after a refusal.
+    virtual void configure() {}
+    /// Called after any of the four, or isSupported(), may answer otherwise than before.
+    [[nodiscard]] Subscription onTriggerChange(std::function<void()> callback)
+    {
+        return m_triggerChanges.subscribe(std::move(callback));
+    }
+
     [[nodiscard]] Subscription onEvent(std::function<void(const HotKeyEvent &)> callback)
     {
         return m_events.subscribe(std::move(callback));
     }
 
-    /// True where the desktop, asked by the program, decides which keys a hot key has, and may
-    /// change them later. The combination of a registration is then no more than a wish.
-    [[nodiscard]] virtual bool isDecidedByDesktop() const { return false; }
-    /// The desktop's own words for what is bound to the hot key; empty when nothing is.
-    [[nodiscard]] virtual QString triggerDescription(HotKeyId) const { return {}; }
-    /// Whether configure() opens the desktop's dialog for the program's hot keys.
-    [[nodiscard]] virtual bool canConfigure() const { return false; }
-    virtual void configure() {}
-    /// Called after each change of what the three questions above answer.
-    [[nodiscard]] Subscription onTriggerChange(std::function<void()> callback)
-    {
-        return m_triggerChange.subscribe(std::move(callback));
-    }
-
-    /// The backend of this session: X grabs on an X11 session, else one that supports nothing (on a
-    /// Wayland session a grab succeeds and yet fires only over XWayland's windows). `layout` must
-    /// outlive the object.
-    [[nodiscard]] static std::unique_ptr<HotKeys> create(KeyboardLayout &layout);
+    /// The backend of this session: X grabs on an X11 session; on a Wayland session, where a grab
+    /// succeeds and yet fires only over XWayland's windows, the desktop portal; else one that
+    /// supports nothing. `layout` must outlive the object.
+    [[nodiscard]] static std::unique_ptr<HotKeys> create(KeyboardLayout &layout,
+                                                         const HotKeyLabel &label);
 
 protected:
     void announce(const HotKeyEvent &event) { m_events.announce(event); }
-    void announceTriggerChange() { m_triggerChange.announce(); }
+    void announceTriggerChange() { m_triggerChanges.announce(); }
 
 private:
+    Announcer<> m_triggerChanges;
     Announcer<const HotKeyEvent &> m_events;
-    Announcer<> m_triggerChange;
 };
 
 } // namespace Platform
