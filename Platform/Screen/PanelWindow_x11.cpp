@@ -4,8 +4,8 @@
 #include "Platform/Screen/X11.h"
 
 #include <QAbstractNativeEventFilter>
+#include <QApplication>
 #include <QBitmap>
-#include <QCoreApplication>
 #include <QEvent>
 #include <QPainter>
 #include <QWidget>
@@ -62,6 +62,7 @@ private:
     void cutCorners();
     void stateWishes();
     void restateSticky();
+    void noticeKeyboard();
     void takeKeyboard();
 
     X11::Server m_server = *X11::Server::current();
@@ -168,14 +169,25 @@ bool X11PanelWindow::nativeEventFilter(const QByteArray &, void *message, qintpt
     const auto *event = static_cast<const xcb_generic_event_t *>(message);
     // Qt drops the activation of a window that loses the keyboard again at once.
     if ((event->response_type & ~sentByClient) == XCB_FOCUS_IN &&
-        reinterpret_cast<const xcb_focus_in_event_t *>(event)->event == handle())
+        reinterpret_cast<const xcb_focus_in_event_t *>(event)->event == handle()) {
         m_asked.reset();
+        QMetaObject::invokeMethod(this, &X11PanelWindow::noticeKeyboard, Qt::QueuedConnection);
+    }
     if ((event->response_type & ~sentByClient) == XCB_PROPERTY_NOTIFY && m_window.isVisible()) {
         const auto *change = reinterpret_cast<const xcb_property_notify_event_t *>(event);
         if (change->window == handle() && change->atom == m_server.atom("_NET_WM_STATE"))
             restateSticky();
     }
     return false;
+}
+
+/// A window that is hidden and shown again within a moment never lost the keyboard as far as Qt's
+/// windows know, while its widgets do know: keys would arrive, and no caret would show where.
+void X11PanelWindow::noticeKeyboard()
+{
+    if (m_window.isVisible() && !QApplication::activeWindow() &&
+        QGuiApplication::focusWindow() == m_window.windowHandle())
+        QApplication::setActiveWindow(&m_window);
 }
 
 /// Some window managers keep the window on all workspaces and yet leave that out of its state.
