@@ -6,7 +6,6 @@
 #include <QGuiApplication>
 #include <QScreen>
 #include <QVBoxLayout>
-#include <QWindow>
 
 namespace Brevio {
 
@@ -31,7 +30,8 @@ PreferencesWindow::PreferencesWindow(QWidget *content)
     addAction(close);
 
     center();
-    connect(qGuiApp, &QGuiApplication::focusWindowChanged, this, &PreferencesWindow::stayAbove);
+    // The card stands above ordinary windows as well.
+    m_foreground = Platform::OrdinaryWindow::keepInFrontOfOwn(*this);
 }
 
 void PreferencesWindow::present()
@@ -44,16 +44,6 @@ void PreferencesWindow::center()
     const QSize size = sizeHint();
     if (const QScreen *screen = QGuiApplication::primaryScreen())
         move(screen->availableGeometry().center() - QPoint(size.width() / 2, size.height() / 2));
-}
-
-/// The card stands above ordinary windows as well, and window managers raise what gets the
-/// keyboard.
-void PreferencesWindow::stayAbove(const QWindow *focused)
-{
-    if (focused == nullptr || !isVisible() || isMinimized())
-        return;
-    if (focused != windowHandle() && focused->transientParent() != windowHandle())
-        raise();
 }
 
 } // namespace Brevio

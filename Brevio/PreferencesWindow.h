@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Platform/Core/Observable.h"
+
 #include <QWidget>
 
 namespace Brevio {
@@ -21,7 +23,8 @@ public:
 
 private:
     void center();
-    void stayAbove(const QWindow *focused);
+
+    Platform::Subscription m_foreground;
 };
 
 } // namespace Brevio

@@ -3,9 +3,15 @@
 #include "Platform/Core/UserTime.h"
 #include "Platform/Screen/X11.h"
 
+#include <QAbstractNativeEventFilter>
+#include <QCoreApplication>
 #include <QGuiApplication>
 #include <QWidget>
 #include <QWindow>
+
+#include <algorithm>
+
+#include <xcb/xcb.h>
 
 namespace Platform::OrdinaryWindow {
 
@@ -14,6 +20,9 @@ namespace {
 /// As the window manager knows them.
 constexpr std::uint32_t sourceUser = 2;
 constexpr std::uint32_t iconicState = 3;
+constexpr auto stackingProperty = "_NET_CLIENT_LIST_STACKING";
+
+constexpr std::uint8_t eventKind = 0x7F; // without the mark of an event that a client sent
 
 bool isOurs(X11::Window window)
 {
@@ -22,6 +31,82 @@ bool isOurs(X11::Window window)
         return each->handle() != nullptr && each->winId() == window;
     });
 }
+
+/// Follows the window manager's own list of who stands above whom: windows come forward by clicks
+/// that move no focus as well.
+class Foreground final : public QObject, public QAbstractNativeEventFilter
+{
+public:
+    explicit Foreground(QWidget &window)
+        : m_window(window)
+    {
+        qApp->installNativeEventFilter(this);
+        // Without a manager only our own windows come forward, and always with the keyboard.
+        connect(qGuiApp, &QGuiApplication::focusWindowChanged, this, [this](QWindow *focused) {
+            if (focused != nullptr && m_window.isVisible() && !m_server.hasManager() &&
+                isRival(static_cast<X11::Window>(focused->winId())))
+                m_window.raise();
+        });
+    }
+
+private:
+    bool nativeEventFilter(const QByteArray &, void *message, qintptr *) override
+    {
+        const auto *event = static_cast<const xcb_generic_event_t *>(message);
+        if ((event->response_type & eventKind) != XCB_PROPERTY_NOTIFY || !m_window.isVisible())
+            return false;
+        const auto *change = reinterpret_cast<const xcb_property_notify_event_t *>(event);
+        if (change->window == m_server.root() && change->atom == m_server.atom(stackingProperty))
+            restack();
+        return false;
+    }
+
+    void restack()
+    {
+        const auto stack = m_server.values(m_server.root(), stackingProperty);
+        const auto own = static_cast<X11::Window>(m_window.winId());
+        const auto place = std::find(stack.begin(), stack.end(), own);
+        if (place == stack.end())
+            return;
+        // Not raised plainly: window managers take that for a wish for the keyboard.
+        const auto highest = std::find_if(stack.rbegin(), std::make_reverse_iterator(place + 1),
+                                          [this](X11::Window each) { return isRival(each); });
+        if (highest.base() != place + 1)
+            putAbove(own, *highest);
+    }
+
+    /// The window manager may have put the two into frames of their own, so that the server would
+    /// refuse the plain request; this is how it is then put to the manager.
+    void putAbove(X11::Window window, X11::Window sibling) const
+    {
+        xcb_configure_request_event_t wish{};
+        wish.response_type = XCB_CONFIGURE_REQUEST;
+        wish.parent = m_server.root();
+        wish.window = window;
+        wish.sibling = sibling;
+        wish.stack_mode = XCB_STACK_MODE_ABOVE;
+        wish.value_mask = XCB_CONFIG_WINDOW_SIBLING | XCB_CONFIG_WINDOW_STACK_MODE;
+        xcb_send_event(m_server.connection(), 0, m_server.root(),
+                       XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT | XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY,
+                       reinterpret_cast<const char *>(&wish));
+        xcb_flush(m_server.connection());
+    }
+
+    /// Sheets are no rivals: they belong in front.
+    bool isRival(X11::Window id) const
+    {
+        const auto windows = QGuiApplication::topLevelWindows();
+        return std::any_of(windows.begin(), windows.end(), [this, id](const QWindow *each) {
+            return each->handle() != nullptr && each->winId() == id &&
+                   each != m_window.windowHandle() &&
+                   each->flags().testFlag(Qt::WindowStaysOnTopHint) &&
+                   each->transientParent() == nullptr && each->modality() == Qt::NonModal;
+        });
+    }
+
+    X11::Server m_server = *X11::Server::current();
+    QWidget &m_window;
+};
 
 } // namespace
 
@@ -39,6 +124,12 @@ void bringToFront(QWidget &window)
     if (server && UserTime::latest() != 0)
         server->setValues(handle, "_NET_WM_USER_TIME", "CARDINAL", {UserTime::latest()});
     window.setWindowState(window.windowState() & ~Qt::WindowMinimized);
+    // A window manager may leave a window where it is, on a workspace that nobody looks at.
+    if (server && window.isVisible()) {
+        const auto here = server->values(server->root(), "_NET_CURRENT_DESKTOP");
+        if (!here.empty() && server->values(handle, "_NET_WM_DESKTOP") != here)
+            server->tellManager(handle, "_NET_WM_DESKTOP", {here.front(), sourceUser});
+    }
     window.show();
     window.raise();
     if (!server)
@@ -47,6 +138,11 @@ void bringToFront(QWidget &window)
         server->tellManager(handle, "_NET_ACTIVE_WINDOW", {sourceUser, UserTime::latest(), 0});
     else
         server->setFocus(handle, 0);
+}
+
+Subscription keepInFrontOfOwn(QWidget &window)
+{
+    return X11::Server::current() ? std::make_shared<Foreground>(window) : nullptr;
 }
 
 void hideOthers()
