@@ -2,6 +2,7 @@
 
 #include "Platform/Core/UserTime.h"
 #include "Platform/Desktop/InstanceBackends.h"
+#include "Platform/Screen/StartupNotice.h"
 
 #include <QCoreApplication>
 #include <QCryptographicHash>
@@ -127,6 +128,7 @@ void Instance::deliver(const QString &action, const QByteArray &startupMark)
         m_callback({action});
     else
         m_pending.push_back({action});
+    endStartupNotice(startupMark);
 }
 
 } // namespace Platform
