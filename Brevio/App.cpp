@@ -10,6 +10,7 @@
 #include "Brevio/Updater.h"
 #include "KeyboardShortcuts/KeyboardShortcuts.h"
 #include "Platform/Core/NotificationCenter.h"
+#include "Platform/Core/SessionBus.h"
 #include "Platform/Core/Termination.h"
 #include "Platform/Desktop/Instance.h"
 #include "Platform/Desktop/LoginItem.h"
@@ -25,6 +26,7 @@
 #include "Platform/Storage/UserDefaults.h"
 
 #include <QApplication>
+#include <QIcon>
 #include <QMenu>
 
 namespace Brevio {
@@ -204,9 +206,14 @@ AppDelegate &BrevioMain::delegate()
 int BrevioMain::run(int argc, char *argv[])
 {
     preferXWayland();
+    Platform::settleSessionBus();
     QApplication::setApplicationName(applicationName);
     QApplication::setDesktopFileName(applicationId);
     QApplication application(argc, argv);
+    QIcon icon;
+    for (const char *size : {"48", "128"})
+        icon.addFile(QStringLiteral(":/org.brevio.Brevio-%1.png").arg(QLatin1String(size)));
+    QApplication::setWindowIcon(icon);
     // Its windows come and go; the program lives in the background.
     QApplication::setQuitOnLastWindowClosed(false);
 

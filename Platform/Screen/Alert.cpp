@@ -1,9 +1,40 @@
 #include "Platform/Screen/Alert.h"
 
+#include <QApplication>
+#include <QIcon>
+#include <QLabel>
 #include <QMessageBox>
 #include <QPushButton>
 
 namespace Platform {
+
+namespace {
+
+// In points.
+constexpr int iconSize = 48;
+constexpr int leastTextWidth = 260;
+
+/// The message stands out from its explanation, and neither is read as markup: what they quote may
+/// come from elsewhere.
+void dress(QMessageBox &sheet)
+{
+    const QIcon icon = QApplication::windowIcon();
+    if (!icon.isNull())
+        sheet.setIconPixmap(icon.pixmap(QSize(iconSize, iconSize), sheet.devicePixelRatio()));
+    for (auto *label : sheet.findChildren<QLabel *>()) {
+        if (!label->pixmap().isNull())
+            continue;
+        label->setTextFormat(Qt::PlainText);
+        label->setMinimumWidth(leastTextWidth);
+        if (label->text() == sheet.text()) {
+            QFont strong = label->font();
+            strong.setBold(true);
+            label->setFont(strong);
+        }
+    }
+}
+
+} // namespace
 
 QDialog *showAlert(QWidget *window, const Alert &alert, std::function<void(int)> answered)
 {
@@ -15,6 +46,7 @@ QDialog *showAlert(QWidget *window, const Alert &alert, std::function<void(int)>
         sheet->setWindowFlag(Qt::WindowStaysOnTopHint);
     sheet->setText(alert.message);
     sheet->setInformativeText(alert.explanation);
+    dress(*sheet);
     // The message box would order its buttons by role, as the desktop's style likes them; with one
     // role for all they stay in the order given.
     for (const QString &title : alert.buttons)
