@@ -10,9 +10,7 @@ namespace Platform {
 
 namespace {
 
-// In points.
-constexpr int iconSize = 48;
-constexpr int leastTextWidth = 260;
+constexpr int iconSize = 48; // points
 
 /// The message stands out from its explanation, and neither is read as markup: what they quote may
 /// come from elsewhere.
@@ -25,7 +23,6 @@ void dress(QMessageBox &sheet)
         if (!label->pixmap().isNull())
             continue;
         label->setTextFormat(Qt::PlainText);
-        label->setMinimumWidth(leastTextWidth);
         if (label->text() == sheet.text()) {
             QFont strong = label->font();
             strong.setBold(true);
