@@ -119,6 +119,7 @@ void RecorderCocoa::showShortcut()
     if (hotKeys().isDecidedByDesktop()) {
         endRecording();
         const auto trigger = triggerDescription(m_name);
+        native = trigger; // which may be longer than the field
         const bool canChange = hotKeys().canConfigure() || !shortcut;
         display(trigger.isEmpty() ? localized(u"shortcut_not_bound") : trigger,
                 canChange ? Button::Change : Button::None);
@@ -170,15 +171,18 @@ void RecorderCocoa::becomeFirstResponder()
 
 void RecorderCocoa::startRecording()
 {
-    if (isRecording() || hotKeys().isDecidedByDesktop())
+    if (hotKeys().isDecidedByDesktop())
+        return;
+    // To hear what is bound, by us or by others. Where that fails another click tries again.
+    if (!m_keyboard)
+        m_keyboard = Platform::holdKeyboard(window());
+    if (isRecording())
         return;
     setPlaceholderText(localized(u"press_shortcut"));
     setListening(true);
     setPaused(true);
     m_eventMonitor = Platform::addLocalMonitor(
         recordedEvents, [this](const Platform::MonitoredEvent &event) { return handle(event); });
-    // What is bound already, by us or by others, is to be heard too.
-    m_keyboard = Platform::holdKeyboard(window());
     postActivity(true);
 }
 
