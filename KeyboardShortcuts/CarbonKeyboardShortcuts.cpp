@@ -11,7 +11,8 @@ namespace KeyboardShortcuts {
 
 namespace {
 
-constexpr std::uint32_t signature = 0x48544B59; // 'HTKY'
+constexpr std::uint32_t signature = 0x48544B59;   // 'HTKY'
+constexpr Platform::HotKeyId trial{signature, 0}; // ids that are handed out begin at 1
 
 } // namespace
 
@@ -38,6 +39,17 @@ std::optional<Platform::HotKeyId> CarbonKeyboardShortcuts::hotKeyId(const Shortc
     });
     return found == m_hotKeys.end() ? std::nullopt
                                     : std::optional(Platform::HotKeyId{signature, found->first});
+}
+
+bool CarbonKeyboardShortcuts::isTaken(const Shortcut &shortcut) const
+{
+    if (!m_hotKeyService.isSupported() || hotKeyId(shortcut))
+        return false;
+    // Nobody can be asked who has a combination; trying tells.
+    const auto status = m_hotKeyService.registerHotKey(
+        trial, static_cast<std::uint32_t>(shortcut.carbonKeyCode()), shortcut.modifiers());
+    m_hotKeyService.unregisterHotKey(trial);
+    return status != Platform::HotKeys::success;
 }
 
 void CarbonKeyboardShortcuts::registerShortcut(const Shortcut &shortcut, Callback onKeyDown,

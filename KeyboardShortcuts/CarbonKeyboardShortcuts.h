@@ -37,6 +37,9 @@ public:
     /// The hot key of a registered shortcut, or none.
     [[nodiscard]] std::optional<Platform::HotKeyId> hotKeyId(const Shortcut &shortcut) const;
 
+    /// Whether the system would refuse the shortcut because somebody else has it. False where hot
+    /// keys are not supported.
+    [[nodiscard]] bool isTaken(const Shortcut &shortcut) const;
     /// A refusal is one line on standard output and leaves nothing to unregister.
     void registerShortcut(const Shortcut &shortcut, Callback onKeyDown, Callback onKeyUp);
     void unregisterShortcut(const Shortcut &shortcut);

@@ -38,7 +38,6 @@ struct State
     HandlerTable legacyKeyUpHandlers;
     QSet<Shortcut> registeredShortcuts; ///< Handed to the system, whatever the system said.
     std::vector<Platform::Subscription> menuObservers;
-    Platform::Announcer<const Shortcut &> pausedPress;
     QPointer<QWidget> mainMenu;
     bool isPaused = false;
     bool isEnabled = true;
@@ -93,9 +92,7 @@ void dispatch(const HandlerTable State::*table, const Shortcut &pressed)
 
 void handleOnKeyDown(const Shortcut &shortcut)
 {
-    if (state().isPaused)
-        state().pausedPress.announce(shortcut);
-    else
+    if (!state().isPaused)
         dispatch(&State::legacyKeyDownHandlers, shortcut);
 }
 
@@ -230,11 +227,6 @@ void setPaused(bool isPaused)
     state().isPaused = isPaused;
 }
 
-Platform::Subscription onPausedPress(std::function<void(const Shortcut &)> callback)
-{
-    return state().pausedPress.subscribe(std::move(callback));
-}
-
 bool isEnabled()
 {
     return state().isEnabled;
@@ -249,6 +241,11 @@ void setEnabled(bool isEnabled)
 bool isMenuOpen()
 {
     return state().isMenuOpen;
+}
+
+bool isTaken(const Shortcut &shortcut)
+{
+    return state().carbon.isTaken(shortcut);
 }
 
 QString triggerDescription(const Name &name)

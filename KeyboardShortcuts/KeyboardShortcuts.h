@@ -70,10 +70,6 @@ void setShortcut(const std::optional<Shortcut> &shortcut, const Name &name);
 /// While paused, presses arrive and run nothing. A recorder pauses while it records.
 [[nodiscard]] bool isPaused();
 void setPaused(bool isPaused);
-/// Called for each press of a registered shortcut that runs nothing because of the pause: what the
-/// system has caught does not arrive as a key.
-[[nodiscard]] Platform::Subscription
-onPausedPress(std::function<void(const Shortcut &pressed)> callback);
 /// While disabled, nothing is registered with the system.
 [[nodiscard]] bool isEnabled();
 void setEnabled(bool isEnabled);
@@ -87,6 +83,8 @@ void setEnabled(bool isEnabled);
 void initialize();
 [[nodiscard]] bool userDefaultsContains(const Name &name);
 void userDefaultsSet(const Name &name, const Shortcut &shortcut);
+/// Whether somebody else has the combination, so that the system would refuse it.
+[[nodiscard]] bool isTaken(const Shortcut &shortcut);
 [[nodiscard]] std::optional<Name> &summonOfEnvironment();
 
 } // namespace KeyboardShortcuts

@@ -17,8 +17,6 @@ public:
     /// For the first showing of the row. The parent owns the control; assistive tools know it by
     /// the label.
     [[nodiscard]] RecorderCocoa *makeControl(QWidget *parent) const;
-    /// For every later one.
-    void updateControl(RecorderCocoa &control) const { control.setShortcutName(m_name); }
 
 private:
     Name m_name;

@@ -12,10 +12,7 @@
 #include <QAction>
 #include <QApplication>
 #include <QKeyEvent>
-#include <QPainter>
 #include <QPointer>
-#include <QStyle>
-#include <QToolButton>
 
 #include <algorithm>
 
@@ -27,18 +24,8 @@ namespace Modifier = Platform::Modifier;
 using Platform::EventVerdict;
 
 // clang-format off
-constexpr int   leastWidth    = 130; // points, as all below
-constexpr int   leastHeight   = 24;
-constexpr int   sidePadding   = 10;  // the text keeps clear of the round ends
-constexpr int   textPadding   = 3;   // above and below
-constexpr int   buttonInset   = 4;
-constexpr int   buttonGap     = 6;   // between the field and the button beside it
-constexpr int   iconSize      = 16;
-constexpr qreal borderWidth   = 1;
-constexpr qreal ringWidth     = 2;
-constexpr float borderOpacity = 0.3F; // of the text's colour
-constexpr int   clickMargin   = 3;   // a release this near still is on the field
-constexpr int   forceButton   = 1;
+constexpr int clickMargin = 3; // points; a release this near still is on the field
+constexpr int forceButton = 1;
 
 constexpr Platform::EventMask recordedEvents =
     Platform::EventKind::KeyDown | Platform::EventKind::LeftMouseUp | Platform::EventKind::RightMouseUp;
@@ -66,6 +53,8 @@ void postActivity(bool isActive)
 
 bool isReserved(const Shortcut &shortcut)
 {
+    if (isTaken(shortcut))
+        return true;
     // Desktops list it without using it.
     if (shortcut == Shortcut(Key::f12, 0))
         return false;
@@ -86,43 +75,16 @@ QString plainTitle(const QAction &item)
     return title.section(u'\t', 0, 0);
 }
 
-QToolButton *addButton(QWidget *parent)
-{
-    auto *button = new QToolButton(parent);
-    button->setCursor(Qt::ArrowCursor);
-    button->hide();
-    return button;
-}
-
 } // namespace
 
 RecorderCocoa::RecorderCocoa(Name name, OnChange onChange, QWidget *parent)
-    : QLineEdit(parent)
+    : ShortcutField(parent)
     , m_name(std::move(name))
     , m_onChange(std::move(onChange))
-    , m_clearButton(addButton(this))
-    , m_changeButton(addButton(this))
 {
-    setReadOnly(true);
-    setFrame(false);
-    setAlignment(Qt::AlignCenter);
     setPlaceholderText(localized(u"record_shortcut"));
-    setCursor(Qt::ArrowCursor);
-    setContextMenuPolicy(Qt::NoContextMenu);
-    setFocusPolicy(Qt::StrongFocus);
-    setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
-
-    // The keyboard has Delete for it.
-    m_clearButton->setFocusPolicy(Qt::NoFocus);
-    m_clearButton->setAutoRaise(true);
-    m_clearButton->setIcon(style()->standardIcon(QStyle::SP_LineEditClearButton));
-    m_clearButton->setIconSize({iconSize, iconSize});
-    m_clearButton->setAccessibleName(localized(u"clear_shortcut"));
-    m_clearButton->setToolTip(localized(u"clear_shortcut"));
-    connect(m_clearButton, &QToolButton::clicked, this, &RecorderCocoa::clearShortcut);
-    m_changeButton->setText(localized(u"change_shortcut"));
-    m_changeButton->setFocusPolicy(Qt::StrongFocus);
-    connect(m_changeButton, &QToolButton::clicked, this, [] { hotKeys().configure(); });
+    connect(this, &ShortcutField::clearClicked, this, &RecorderCocoa::clearShortcut);
+    connect(this, &ShortcutField::changeClicked, this, &RecorderCocoa::changeElsewhere);
 
     m_observations = {
         environment().notificationCenter.addObserver(
@@ -142,14 +104,6 @@ RecorderCocoa::~RecorderCocoa()
     endRecording();
 }
 
-QSize RecorderCocoa::sizeHint() const
-{
-    const auto metrics = fontMetrics();
-    const int text = metrics.horizontalAdvance(this->text());
-    return {std::max(leastWidth, text + 2 * sidePadding + trailingWidth()),
-            std::max(leastHeight, metrics.height() + 2 * textPadding)};
-}
-
 void RecorderCocoa::setShortcutName(const Name &name)
 {
     if (name == m_name)
@@ -161,24 +115,23 @@ void RecorderCocoa::setShortcutName(const Name &name)
 void RecorderCocoa::showShortcut()
 {
     const auto shortcut = getShortcut(m_name);
-    const bool isDecided = hotKeys().isDecidedByDesktop();
-    const auto native = shortcut && !isDecided ? shortcut->nativeDescription() : QString();
-    if (isDecided) {
+    QString native;
+    if (hotKeys().isDecidedByDesktop()) {
         endRecording();
         const auto trigger = triggerDescription(m_name);
-        setText(trigger.isEmpty() ? localized(u"shortcut_not_bound") : trigger);
-        setNote(hotKeys().canConfigure() ? QString() : localized(u"shortcut_decided_by_desktop"));
+        native = trigger; // which may be longer than the field
+        const bool canChange = hotKeys().canConfigure() || !shortcut;
+        display(trigger.isEmpty() ? localized(u"shortcut_not_bound") : trigger,
+                canChange ? Button::Change : Button::None);
+        setNote(canChange ? QString() : localized(u"shortcut_decided_by_desktop"));
     } else {
-        setText(shortcut ? shortcut->presentableDescription() : QString());
+        native = shortcut ? shortcut->nativeDescription() : QString();
+        display(shortcut ? shortcut->presentableDescription() : QString(),
+                shortcut ? Button::Clear : Button::None);
         setNote(hotKeys().isSupported() ? QString() : localized(u"global_shortcuts_not_supported"));
     }
     setAccessibleDescription(native.isEmpty() ? m_note : native);
     setToolTip(native.isEmpty() || m_note.isEmpty() ? native + m_note : native + u'\n' + m_note);
-    m_clearButton->setVisible(!isDecided && !text().isEmpty());
-    m_changeButton->setVisible(isDecided && hotKeys().canConfigure());
-    updateGeometry();
-    layOutButtons();
-    update();
 }
 
 void RecorderCocoa::setNote(const QString &note)
@@ -188,20 +141,13 @@ void RecorderCocoa::setNote(const QString &note)
     Q_EMIT noteChanged(m_note);
 }
 
-int RecorderCocoa::trailingWidth() const
+void RecorderCocoa::changeElsewhere()
 {
-    if (!m_changeButton->isHidden())
-        return m_changeButton->sizeHint().width() + buttonGap;
-    // The text stays in the middle whether it can be cleared or not.
-    return 2 * iconSize;
-}
-
-void RecorderCocoa::layOutButtons()
-{
-    const int side = height() - 2 * buttonInset;
-    m_clearButton->setGeometry(width() - side - buttonInset - 1, buttonInset, side, side);
-    const int change = m_changeButton->sizeHint().width();
-    m_changeButton->setGeometry(width() - change, 0, change, height());
+    // The desktop can be asked about a shortcut only; one that was cleared starts anew.
+    if (!getShortcut(m_name))
+        KeyboardShortcuts::setShortcut(m_name.defaultShortcut(), m_name);
+    else
+        hotKeys().configure();
 }
 
 /// A window that becomes key gives the keyboard to its first control; a field that got it that way
@@ -225,15 +171,18 @@ void RecorderCocoa::becomeFirstResponder()
 
 void RecorderCocoa::startRecording()
 {
-    if (isRecording() || hotKeys().isDecidedByDesktop())
+    if (hotKeys().isDecidedByDesktop())
+        return;
+    // To hear what is bound, by us or by others. Where that fails another click tries again.
+    if (!m_keyboard)
+        m_keyboard = Platform::holdKeyboard(window());
+    if (isRecording())
         return;
     setPlaceholderText(localized(u"press_shortcut"));
-    update();
+    setListening(true);
     setPaused(true);
     m_eventMonitor = Platform::addLocalMonitor(
         recordedEvents, [this](const Platform::MonitoredEvent &event) { return handle(event); });
-    // The system has caught the combination that is registered now; it comes as a hot key's press.
-    m_pausedPresses = onPausedPress([this](const Shortcut &pressed) { record(pressed); });
     postActivity(true);
 }
 
@@ -242,9 +191,9 @@ void RecorderCocoa::endRecording()
     if (!isRecording())
         return;
     m_eventMonitor.reset();
-    m_pausedPresses.reset();
+    m_keyboard.reset();
     setPlaceholderText(localized(u"record_shortcut"));
-    update();
+    setListening(false);
     if (!hasEnvironment())
         return;
     setPaused(false);
@@ -352,20 +301,20 @@ bool RecorderCocoa::event(QEvent *event)
         endRecording();
         clearFocus();
     }
-    return QLineEdit::event(event);
+    return ShortcutField::event(event);
 }
 
 void RecorderCocoa::showEvent(QShowEvent *event)
 {
     preventFocus();
-    QLineEdit::showEvent(event);
+    ShortcutField::showEvent(event);
 }
 
 void RecorderCocoa::hideEvent(QHideEvent *event)
 {
     endRecording();
     clearFocus();
-    QLineEdit::hideEvent(event);
+    ShortcutField::hideEvent(event);
 }
 
 void RecorderCocoa::focusInEvent(QFocusEvent *event)
@@ -396,42 +345,6 @@ void RecorderCocoa::mousePressEvent(QMouseEvent *event)
     // The click itself has given the focus, unless the field had it.
     if (event->button() == Qt::LeftButton && hasFocus())
         startRecording();
-}
-
-void RecorderCocoa::resizeEvent(QResizeEvent *event)
-{
-    QLineEdit::resizeEvent(event);
-    layOutButtons();
-}
-
-/// A search field's shape, which the style's own line edits do not have. They would hide the
-/// placeholder of a centred field that has the focus, too.
-void RecorderCocoa::paintEvent(QPaintEvent *)
-{
-    QPainter painter(this);
-    painter.setRenderHint(QPainter::Antialiasing);
-    const auto &colours = palette();
-    auto border = colours.color(QPalette::Text);
-    border.setAlphaF(borderOpacity);
-    if (hasFocus())
-        border = colours.color(QPalette::Highlight);
-    const qreal pen = isRecording() ? ringWidth : borderWidth;
-    auto place = rect();
-    if (!m_changeButton->isHidden())
-        place.setRight(m_changeButton->x() - buttonGap);
-    const auto frame = QRectF(place).adjusted(pen / 2, pen / 2, -pen / 2, -pen / 2);
-    painter.setPen(QPen(border, pen));
-    painter.setBrush(colours.base());
-    painter.drawRoundedRect(frame, frame.height() / 2, frame.height() / 2);
-
-    const bool isEmpty = text().isEmpty();
-    place.adjust(sidePadding, 0, -sidePadding, 0);
-    if (!m_clearButton->isHidden())
-        place.adjust(iconSize - buttonInset, 0, buttonInset - iconSize, 0);
-    painter.setPen(colours.color(isEmpty ? QPalette::PlaceholderText : QPalette::Text));
-    const auto &shown = isEmpty ? placeholderText() : text();
-    painter.drawText(place, Qt::AlignCenter | Qt::TextSingleLine,
-                     fontMetrics().elidedText(shown, Qt::ElideRight, place.width()));
 }
 
 } // namespace KeyboardShortcuts

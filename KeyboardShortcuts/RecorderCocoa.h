@@ -1,13 +1,10 @@
 #pragma once
 
 #include "KeyboardShortcuts/Name.h"
+#include "KeyboardShortcuts/ShortcutField.h"
 #include "Platform/Core/Observable.h"
 
-#include <QLineEdit>
-
 #include <functional>
-
-class QToolButton;
 
 namespace Platform {
 enum class EventVerdict;
@@ -24,10 +21,11 @@ inline const QString recorderActiveStatusDidChange =
 
 /// The field in which the user sets, changes or clears a name's shortcut. It records while it has
 /// been given the keyboard, by a click or by Tab: dispatch is paused then and no key reaches
-/// anything else. Tab moves on; after Escape or a recorded shortcut the field keeps its place among
-/// the controls without recording, and Space, Return or a click starts again. Where the desktop
-/// decides the shortcuts, the field only shows what is bound. Needs the module's environment.
-class RecorderCocoa final : public QLineEdit
+/// anything else, the desktop included. Tab moves on; after Escape or a recorded shortcut the field
+/// keeps its place among the controls without recording, and Space, Return or a click starts again.
+/// Where the desktop decides the shortcuts, the field only shows what is bound. Needs the module's
+/// environment.
+class RecorderCocoa final : public ShortcutField
 {
     Q_OBJECT
 
@@ -43,8 +41,6 @@ public:
     /// What the user has to know where a shortcut cannot be bound from here, for the form to show
     /// below the field; empty elsewhere.
     [[nodiscard]] const QString &note() const { return m_note; }
-    [[nodiscard]] QSize sizeHint() const override;
-    [[nodiscard]] QSize minimumSizeHint() const override { return sizeHint(); }
 
     /// Nothing happens when it is the name that the field edits already.
     void setShortcutName(const Name &name);
@@ -60,18 +56,12 @@ protected:
     void focusOutEvent(QFocusEvent *event) override;
     void keyPressEvent(QKeyEvent *event) override;
     void mousePressEvent(QMouseEvent *event) override;
-    void mouseReleaseEvent(QMouseEvent *) override {}
-    void mouseMoveEvent(QMouseEvent *) override {}
-    void mouseDoubleClickEvent(QMouseEvent *) override {}
-    void resizeEvent(QResizeEvent *event) override;
-    void paintEvent(QPaintEvent *event) override;
 
 private:
     void showShortcut();
     void setNote(const QString &note);
-    void layOutButtons();
-    /// What buttons take of the width.
-    [[nodiscard]] int trailingWidth() const;
+    /// Leads to the desktop's own dialog.
+    void changeElsewhere();
 
     void preventFocus();
     void becomeFirstResponder();
@@ -88,12 +78,10 @@ private:
 
     Name m_name;
     OnChange m_onChange;
-    QToolButton *m_clearButton;
-    QToolButton *m_changeButton; ///< Leads to the desktop's own dialog.
     QString m_note;
     std::vector<Platform::Subscription> m_observations;
     Platform::Subscription m_eventMonitor; ///< Present exactly while recording.
-    Platform::Subscription m_pausedPresses;
+    Platform::Subscription m_keyboard;     ///< Held as long.
 };
 
 } // namespace KeyboardShortcuts

@@ -262,4 +262,15 @@ Subscription addLocalMonitor(EventMask mask,
     return InputFilter::shared().add({mask, scope, std::move(handler)});
 }
 
+Subscription holdKeyboard(QWidget *window)
+{
+    QWindow *handle = window->windowHandle();
+    if (!handle || !handle->setKeyboardGrabEnabled(true))
+        return {};
+    return {handle, [held = QPointer<QWindow>(handle)](void *) {
+                if (held)
+                    held->setKeyboardGrabEnabled(false);
+            }};
+}
+
 } // namespace Platform

@@ -59,4 +59,9 @@ enum class MonitorScope {
 addLocalMonitor(EventMask mask, std::function<EventVerdict(const MonitoredEvent &)> handler,
                 MonitorScope scope = MonitorScope::Windows);
 
+/// While held, every key goes to the window, also those that the desktop, another program or a hot
+/// key of our own would take; they are the desktop's again when the window goes or is hidden. Where
+/// the system refuses, keys go where they went before. Main thread only.
+[[nodiscard]] Subscription holdKeyboard(QWidget *window);
+
 } // namespace Platform

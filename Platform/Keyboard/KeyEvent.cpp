@@ -147,6 +147,7 @@ std::optional<ModifierFlags> flagOfModifierKey(int qtKey)
         return Modifier::Control;
     case Qt::Key_AltGr:
     case Qt::Key_CapsLock:
+    case Qt::Key_NumLock:
         return 0;
     default:
         return std::nullopt;

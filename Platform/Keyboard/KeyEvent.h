@@ -52,8 +52,8 @@ struct KeyEvent
 /// The modifiers of a set of Qt's.
 [[nodiscard]] ModifierFlags modifierFlags(Qt::KeyboardModifiers modifiers);
 
-/// What the key itself adds to the flags while it is held: 0 for AltGr and Caps Lock, none for a
-/// key that is no modifier.
+/// What the key itself adds to the flags while it is held: 0 for AltGr, Caps Lock and Num Lock,
+/// none for a key that is no modifier.
 [[nodiscard]] std::optional<ModifierFlags> flagOfModifierKey(int qtKey);
 
 /// The key code of the kernel's (evdev) key, or KeyEvent::unknownKeyCode.
