@@ -211,7 +211,10 @@ void BoundedTextView::insertFromMimeData(const QMimeData *source)
         TextMeasure::usedHeight(QStringView(pasted).first(longPaste), font(),
                                 TextMeasure::containerWidth, bound) > bound)
         pasted.truncate(longPaste);
+    // A step of its own: the document joins adjacent insertions unless it counts as unmodified.
+    document()->setModified(false);
     textCursor().insertText(pasted);
+    document()->setModified(false);
     ensureCursorVisible();
 }
 
