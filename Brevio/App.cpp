@@ -77,6 +77,7 @@ void AppDelegate::applicationDidFinishLaunching(Platform::Instance &instance)
         CardController::Services{*m_appearance, queue, *m_screens, UserDefaults::standard(),
                                  m_spelling.get()});
     buildMainMenu();
+    matchMenuKeysByPosition();
     KeyboardShortcuts::setMainMenu(m_mainMenu.get());
     lendMenuKeys(m_controller->panel());
     if (m_settings->showInMenuBar.get())

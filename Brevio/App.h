@@ -71,6 +71,8 @@ private:
     void buildMainMenu();
     /// Makes the main menu's keys work in the window.
     void lendMenuKeys(QWidget &window) const;
+    /// The same on keyboards without Latin letters, where Qt finds no shortcut.
+    void matchMenuKeysByPosition();
     void installStatusItem();
     void rebuildStatusMenu(QMenu &menu);
 
@@ -85,8 +87,9 @@ private:
 
     std::unique_ptr<NoteStore> m_store;
     std::unique_ptr<Settings> m_settings;
-    std::unique_ptr<CardController> m_controller;           ///< empty until launched
-    std::unique_ptr<QMenu> m_mainMenu;                      ///< never shown; empty until launched
+    std::unique_ptr<CardController> m_controller; ///< empty until launched
+    std::unique_ptr<QMenu> m_mainMenu;            ///< never shown; empty until launched
+    Platform::Subscription m_keysByPosition;
     std::unique_ptr<QMenu> m_statusMenu;                    ///< filled anew at each opening
     std::unique_ptr<Platform::StatusItem> m_statusItem;     ///< empty while the icon is not shown
     std::unique_ptr<PreferencesWindow> m_preferencesWindow; ///< empty until first shown

@@ -5,9 +5,12 @@
 
 #include "Brevio/CardController.h"
 #include "Brevio/CardPanel.h"
+#include "KeyboardShortcuts/KeyboardShortcuts.h"
 #include "KeyboardShortcuts/NSMenuItem++.h"
 #include "KeyboardShortcuts/Name.h"
+#include "KeyboardShortcuts/Shortcut.h"
 #include "Platform/Desktop/StatusItem.h"
+#include "Platform/Keyboard/EventMonitor.h"
 #include "Platform/Screen/OrdinaryWindow.h"
 
 #include <QApplication>
@@ -26,6 +29,8 @@ struct Item
     const char *slot; ///< of the widget with the keyboard, for an item without a command
     QKeyCombination key;
 };
+
+constexpr QChar lastLatin(0x024F);
 
 const QKeyCombination noKey = QKeyCombination::fromCombined(0);
 constexpr QKeyCombination ctrl(Qt::Key key)
@@ -105,6 +110,28 @@ void AppDelegate::buildMainMenu()
 void AppDelegate::lendMenuKeys(QWidget &window) const
 {
     window.addActions(m_mainMenu->actions());
+}
+
+void AppDelegate::matchMenuKeysByPosition()
+{
+    using Platform::EventVerdict;
+    m_keysByPosition = Platform::addLocalMonitor(
+        Platform::EventKind::KeyDown, [this](const Platform::MonitoredEvent &event) {
+            const bool isLatin = event.key.text.isEmpty() || event.key.text[0] <= lastLatin;
+            const auto shortcut = KeyboardShortcuts::Shortcut::fromEvent(event.key);
+            // A recorder wants the keys for itself, and a sheet has none of the menu's.
+            if (isLatin || !shortcut || KeyboardShortcuts::isPaused() || !event.window ||
+                event.window->isModal())
+                return EventVerdict::Pass;
+            const auto actions = m_mainMenu->findChildren<QAction *>();
+            for (QAction *action : actions) {
+                if (action->shortcut().isEmpty() || action->shortcut() != shortcut->keySequence())
+                    continue;
+                action->trigger();
+                return EventVerdict::Swallow;
+            }
+            return EventVerdict::Pass;
+        });
 }
 
 void AppDelegate::installStatusItem()
