@@ -14,9 +14,9 @@ constexpr int loginSwitch = 2;
 constexpr int recorder = 3;
 constexpr int restoreButton = 4;
 
-const auto commands =
-    QStringList{u"New Card"_s,     u"Show All Cards"_s,     u"Pin Active Card"_s, u""_s,
-                u"Preferences…"_s, u"Check for Updates…"_s, u""_s,                u"Quit Brevio"_s};
+const auto commands = QStringList{u"New Card"_s, u"Show All Cards"_s, u"Pin Active Card"_s,
+                                  u""_s,         u"Preferences…"_s,   u"Check for Updates…"_s,
+                                  u""_s,         u"Quit Brevio"_s};
 const QColor tileInLight(251, 246, 230);
 
 QByteArray contentOf(const QString &path)
@@ -50,13 +50,15 @@ private Q_SLOTS:
     void aSecondStartShowsThePreferencesOfTheFirst_data()
     {
         QTest::addColumn<SessionBus>("bus");
-        QTest::newRow("over the session bus") << SessionBus::Private;
-        QTest::newRow("without a bus") << SessionBus::None;
+        QTest::addColumn<WindowManager>("manager");
+        QTest::newRow("over the session bus") << SessionBus::Private << WindowManager::Xfwm4;
+        QTest::newRow("without a bus") << SessionBus::None << WindowManager::Openbox;
     }
     void aSecondStartShowsThePreferencesOfTheFirst()
     {
         QFETCH(SessionBus, bus);
-        Session session({.sessionBus = bus});
+        QFETCH(WindowManager, manager);
+        Session session({.windowManager = manager, .sessionBus = bus});
         QVERIFY(session.isReady());
         QVERIFY(session.summon());
         session.seat.type(u"a"_s);
@@ -65,11 +67,13 @@ private Q_SLOTS:
         // The card is beside and below; the preferences stay above it when it is clicked.
         const QPoint covered = session.seat.geometry(window).center();
         const QColor above = session.seat.pixel(covered);
-        session.seat.click(session.on({6, 140}));
-        QVERIFY(session.cardIsUp());
+        for (int i = 0; i < 2; ++i) {
+            session.seat.click(session.on({6, 140}));
+            QVERIFY(session.cardIsUp());
+        }
         session.seat.type(u"b"_s);
         QVERIFY(session.storeHolds({u"ab"_s}));
-        QCOMPARE(session.seat.pixel(covered), above);
+        QVERIFY(waitUntil([&] { return session.seat.pixel(covered) == above; }));
         QVERIFY(openAgain(session));
         QCOMPARE(session.preferences(), window);
         QCOMPARE(session.desktop.noteBodies(), QStringList{u"ab"_s});
@@ -104,8 +108,8 @@ private Q_SLOTS:
 
         // Restored in the open grid, which the preferences cover until they are put away.
         QVERIFY(host.choose(commands[4]));
-        QVERIFY(session.desktop.waitForFocus(
-            session.desktop.waitForWindow(u"Brevio Preferences"_s)));
+        QVERIFY(
+            session.desktop.waitForFocus(session.desktop.waitForWindow(u"Brevio Preferences"_s)));
         press(session, "Tab", restoreButton);
         session.seat.press("space");
         QVERIFY(waitUntil([&] { return session.desktop.notes().size() == 2; }));
@@ -145,8 +149,8 @@ private Q_SLOTS:
         QVERIFY(session.storeHolds({u"abab"_s}));
 
         session.seat.press("ctrl+comma");
-        QVERIFY(session.desktop.waitForFocus(
-            session.desktop.waitForWindow(u"Brevio Preferences"_s)));
+        QVERIFY(
+            session.desktop.waitForFocus(session.desktop.waitForWindow(u"Brevio Preferences"_s)));
         session.seat.press("ctrl+h");
         QVERIFY(waitUntil([&] { return session.preferences() == 0; }));
         QVERIFY(session.cardIsGone());
@@ -179,8 +183,7 @@ private Q_SLOTS:
         QCOMPARE(session.desktop.defaults().value(u"brevio.showInMenuBar"), QJsonValue(true));
 
         // Switched off in the session's settings, the next launch leaves it so.
-        const QByteArray switchedOff =
-            contentOf(entry).replace("Hidden=false", "Hidden=true");
+        const QByteArray switchedOff = contentOf(entry).replace("Hidden=false", "Hidden=true");
         QVERIFY(switchedOff.contains("Hidden=true"));
         session.desktop.write(entry, switchedOff);
         session.seat.press("ctrl+q");

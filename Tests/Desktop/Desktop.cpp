@@ -185,6 +185,11 @@ void Desktop::startBus(SessionBus bus)
             {u"--config-file="_s + configuration, u"--nofork"_s, u"--print-address=1"_s});
         if (address.isEmpty())
             fail("dbus-daemon");
+    } else if (bus == SessionBus::Silent) {
+        const QString socket = pathOf("silent-bus");
+        if (!m_silentBus.listen(socket))
+            fail("a silent bus");
+        address = "unix:path=" + QFile::encodeName(socket);
     }
     m_environment.insert(u"DBUS_SESSION_BUS_ADDRESS"_s, QString::fromLatin1(address));
 }

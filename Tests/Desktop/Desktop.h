@@ -5,13 +5,15 @@
 
 #include <QJsonArray>
 #include <QJsonObject>
+#include <QLocalServer>
 #include <QTemporaryDir>
 
 #include <optional>
 
 enum class WindowManager { None, Openbox, Xfwm4 };
 enum class Compositor { None, Picom };
-enum class SessionBus { None, Private };
+/// Silent: takes connections and says nothing.
+enum class SessionBus { None, Private, Silent };
 
 struct DesktopOptions
 {
@@ -76,6 +78,7 @@ private:
     int m_logs = 0;
     // In the order of their start; they end the other way round.
     std::unique_ptr<Process> m_server;
+    QLocalServer m_silentBus;
     std::unique_ptr<Process> m_bus;
     std::unique_ptr<Seat> m_seat;
     std::unique_ptr<Process> m_windowManager;

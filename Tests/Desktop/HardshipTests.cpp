@@ -37,6 +37,7 @@ private Q_SLOTS:
         const auto openbox = WindowManager::Openbox;
         QTest::newRow("no window manager") << WindowManager::None << SessionBus::Private << true;
         QTest::newRow("no session bus") << openbox << SessionBus::None << true;
+        QTest::newRow("a silent session bus") << openbox << SessionBus::Silent << true;
         QTest::newRow("a home that cannot be written") << openbox << SessionBus::Private << false;
         QTest::newRow("nothing at all") << WindowManager::None << SessionBus::None << false;
     }
