@@ -162,7 +162,8 @@ void AppDelegate::menuSummon()
 void AppDelegate::menuGrid()
 {
     Platform::OrdinaryWindow::noteUserAction();
-    if (!controller().panel().isVisible())
+    // A card that is visible without the keyboard only takes it.
+    if (!controller().panel().isKeyWindow())
         controller().toggleSummon();
     if (controller().mode() == CardMode::Card)
         controller().enterGridMode();

@@ -5,6 +5,7 @@ cd "$root"
 
 if command -v ccache >/dev/null; then
     export CMAKE_CXX_COMPILER_LAUNCHER=ccache
+    export CCACHE_SLOPPINESS=pch_defines,time_macros
 fi
 
 say() { printf '==> %s\n' "$*" >&2; }
