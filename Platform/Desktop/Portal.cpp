@@ -2,6 +2,7 @@
 
 #include "Platform/Core/SessionBus.h"
 
+#include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
@@ -35,12 +36,12 @@ const QString Portal::path = QStringLiteral("/org/freedesktop/portal/desktop");
 
 Portal::Portal(const QString &applicationId)
     : m_applicationId(applicationId)
-    , m_bus(connectToSession())
+    , m_bus(std::make_unique<QDBusConnection>(connectToSession()))
 {
-    if (!m_bus.isConnected())
+    if (!m_bus->isConnected())
         return;
     auto *owners =
-        new QDBusServiceWatcher(service, m_bus, QDBusServiceWatcher::WatchForOwnerChange, this);
+        new QDBusServiceWatcher(service, *m_bus, QDBusServiceWatcher::WatchForOwnerChange, this);
     connect(owners, &QDBusServiceWatcher::serviceOwnerChanged, this,
             [this](const QString &, const QString &before, const QString &now) {
                 // One that our own first call starts is going to answer it.
@@ -56,7 +57,7 @@ Portal::Portal(const QString &applicationId)
 
 Portal::~Portal()
 {
-    QDBusConnection::disconnectFromBus(m_bus.name());
+    QDBusConnection::disconnectFromBus(m_bus->name());
 }
 
 void Portal::introduce()
@@ -65,9 +66,14 @@ void Portal::introduce()
     auto call = QDBusMessage::createMethodCall(service, path, registryInterface,
                                                QStringLiteral("Register"));
     call << m_applicationId << QVariantMap();
-    m_introduction = std::make_unique<QDBusPendingCallWatcher>(m_bus.asyncCall(call));
+    m_introduction = std::make_unique<QDBusPendingCallWatcher>(m_bus->asyncCall(call));
     connect(m_introduction.get(), &QDBusPendingCallWatcher::finished, this,
             [this] { m_introduction.release()->deleteLater(); });
+}
+
+bool Portal::isConnected() const
+{
+    return m_bus->isConnected();
 }
 
 void Portal::askVersion(const QString &interface, std::function<void(std::optional<uint>)> answered)
@@ -75,7 +81,7 @@ void Portal::askVersion(const QString &interface, std::function<void(std::option
     auto call =
         QDBusMessage::createMethodCall(service, path, propertiesInterface, QStringLiteral("Get"));
     call << interface << QStringLiteral("version");
-    auto *watcher = new QDBusPendingCallWatcher(m_bus.asyncCall(call), this);
+    auto *watcher = new QDBusPendingCallWatcher(m_bus->asyncCall(call), this);
     connect(watcher, &QDBusPendingCallWatcher::finished, this, [watcher, answered] {
         watcher->deleteLater();
         const QDBusPendingReply<QDBusVariant> reply = *watcher;
@@ -87,18 +93,18 @@ void Portal::request(const QString &interface, const QString &method, const QVar
                      QVariantMap options, Answer answered)
 {
     const QString token = newToken();
-    const QString sender = m_bus.baseService().mid(1).replace(u'.', u'_');
+    const QString sender = m_bus->baseService().mid(1).replace(u'.', u'_');
     const QString request = path + QStringLiteral("/request/%1/%2").arg(sender, token);
     // Listening first: the answer may be there before the call's own reply.
-    m_bus.connect(QString(), request, requestInterface, QStringLiteral("Response"), this,
-                  SLOT(respond(QDBusMessage)));
+    m_bus->connect(QString(), request, requestInterface, QStringLiteral("Response"), this,
+                   SLOT(respond(QDBusMessage)));
     m_answers.emplace(request, std::move(answered));
 
     options.insert(QStringLiteral("handle_token"), token);
     auto call = QDBusMessage::createMethodCall(service, path, interface, method);
     call.setArguments(arguments);
     call << options;
-    auto *watcher = new QDBusPendingCallWatcher(m_bus.asyncCall(call), this);
+    auto *watcher = new QDBusPendingCallWatcher(m_bus->asyncCall(call), this);
     connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher, request, method] {
         watcher->deleteLater();
         if (!watcher->isError())
@@ -113,7 +119,7 @@ void Portal::tell(const QString &object, const QString &interface, const QString
 {
     auto call = QDBusMessage::createMethodCall(service, object, interface, method);
     call.setArguments(arguments);
-    auto *watcher = new QDBusPendingCallWatcher(m_bus.asyncCall(call), this);
+    auto *watcher = new QDBusPendingCallWatcher(m_bus->asyncCall(call), this);
     connect(watcher, &QDBusPendingCallWatcher::finished, this, [watcher, method] {
         watcher->deleteLater();
         if (watcher->isError())
@@ -131,8 +137,8 @@ void Portal::respond(const QDBusMessage &message)
 
 void Portal::finish(const QString &request, bool isGranted, const QVariantMap &results)
 {
-    m_bus.disconnect(QString(), request, requestInterface, QStringLiteral("Response"), this,
-                     SLOT(respond(QDBusMessage)));
+    m_bus->disconnect(QString(), request, requestInterface, QStringLiteral("Response"), this,
+                      SLOT(respond(QDBusMessage)));
     const auto answer = m_answers.extract(request);
     if (!answer.empty())
         answer.mapped()(isGranted, results);

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <QDBusConnection>
 #include <QObject>
 #include <QVariantMap>
 
@@ -9,6 +8,8 @@
 #include <memory>
 #include <optional>
 
+class QDBusConnection;
+class QDBusMessage;
 class QDBusPendingCallWatcher;
 
 namespace Platform {
@@ -32,8 +33,8 @@ public:
     ~Portal() override;
 
     /// False where there is no session bus; then nothing else works.
-    [[nodiscard]] bool isConnected() const { return m_bus.isConnected(); }
-    [[nodiscard]] QDBusConnection &bus() { return m_bus; }
+    [[nodiscard]] bool isConnected() const;
+    [[nodiscard]] QDBusConnection &bus() { return *m_bus; }
 
     /// Asks for one of the portal's versions; empty when it has no such interface.
     void askVersion(const QString &interface, std::function<void(std::optional<uint>)> answered);
@@ -62,7 +63,7 @@ private:
     void finish(const QString &request, bool isGranted, const QVariantMap &results);
 
     QString m_applicationId;
-    QDBusConnection m_bus;
+    std::unique_ptr<QDBusConnection> m_bus;
     std::unique_ptr<QDBusPendingCallWatcher> m_introduction; ///< Until it is answered.
     std::map<QString, Answer> m_answers;                     ///< By the request's object path.
     int m_tokens = 0;

@@ -5,6 +5,7 @@
 #include "Platform/Keyboard/KeyboardLayout.h"
 
 #include <QDBusArgument>
+#include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusMetaType>
 #include <QDBusObjectPath>
