@@ -14,6 +14,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace Brevio {
 
@@ -40,23 +41,14 @@ const QCursor &microphoneCursor(Platform::ColorScheme scheme)
     return scheme == Platform::ColorScheme::Dark ? dark : light;
 }
 
-QString withLineFeeds(QString text)
-{
-    text.replace(QChar::ParagraphSeparator, u'\n');
-    text.replace(QChar::LineSeparator, u'\n');
-    return text;
-}
-
 /// Turns the document's text into another by one edit that touches only where they differ.
 void applyDifference(QTextDocument *document, const QString &from, const QString &to)
 {
-    const qsizetype shorter = std::min(from.size(), to.size());
     const auto prefix =
-        std::mismatch(from.begin(), from.begin() + shorter, to.begin()).first - from.begin();
-    qsizetype suffix = 0;
-    while (suffix < shorter - prefix &&
-           from[from.size() - 1 - suffix] == to[to.size() - 1 - suffix])
-        ++suffix;
+        std::mismatch(from.begin(), from.end(), to.begin(), to.end()).first - from.begin();
+    const auto suffix =
+        std::mismatch(from.rbegin(), from.rend() - prefix, to.rbegin(), to.rend() - prefix).first -
+        from.rbegin();
     QTextCursor cursor(document);
     cursor.setPosition(static_cast<int>(prefix));
     cursor.setPosition(static_cast<int>(from.size() - suffix), QTextCursor::KeepAnchor);
@@ -101,23 +93,22 @@ QString BoundedTextView::text() const
 QString BoundedTextView::shownText() const
 {
     // QTextDocument's plain text would turn every no-break space into a space.
-    return withLineFeeds(document()->toRawText());
+    return TextMeasure::withLineFeeds(document()->toRawText());
 }
 
 void BoundedTextView::setText(const QString &text)
 {
     const QScopedValueRollback replacing(m_isReplacing, true);
-    if (m_isComposing)
+    if (std::exchange(m_isComposing, false))
         QGuiApplication::inputMethod()->reset();
-    m_isComposing = false;
     setPlainText(text);
     document()->setUndoRedoEnabled(false);
     TextMeasure::applyLayout(*document(), font());
     document()->setUndoRedoEnabled(true);
     moveCursor(QTextCursor::End);
     m_seenText = shownText();
-    m_given = text;
     m_givenShown = m_seenText;
+    m_given = text;
     clipToWholeLines(usedHeight(m_seenText));
     recordValidState();
 }
@@ -162,8 +153,21 @@ void BoundedTextView::setTextFont(const QFont &font)
 
 void BoundedTextView::keyPressEvent(QKeyEvent *event)
 {
-    editDuring([&] { QTextEdit::keyPressEvent(event); });
-    m_typingAids.keyWasTyped(event->text());
+    // The menu key comes as an event for the menu, its other form does not.
+    if (event->key() == Qt::Key_F10 && event->modifiers() == Qt::ShiftModifier) {
+        m_spelling.showMenuAtCaret();
+        return;
+    }
+    const QString before = m_validText;
+    editDuring([&] {
+        // In an empty line the base class would take the format away instead, its height with it.
+        if (event->matches(QKeySequence::InsertParagraphSeparator))
+            textCursor().insertBlock();
+        else
+            QTextEdit::keyPressEvent(event);
+    });
+    if (m_validText != before && !m_isComposing)
+        m_typingAids.keyWasTyped(event->text());
 }
 
 void BoundedTextView::inputMethodEvent(QInputMethodEvent *event)
@@ -215,13 +219,12 @@ void BoundedTextView::insertFromMimeData(const QMimeData *source)
     document()->setModified(false);
     textCursor().insertText(pasted);
     document()->setModified(false);
-    ensureCursorVisible();
 }
 
 QMimeData *BoundedTextView::createMimeDataFromSelection() const
 {
     auto *plain = new QMimeData;
-    plain->setText(withLineFeeds(textCursor().selectedText()));
+    plain->setText(TextMeasure::withLineFeeds(textCursor().selectedText()));
     return plain;
 }
 
@@ -237,8 +240,6 @@ void BoundedTextView::editDuring(const std::function<void()> &handleEvent)
 
 void BoundedTextView::noticeEdit()
 {
-    if (m_isReplacing)
-        return;
     viewport()->update();
     // Undo, cut and delete chosen from the menu come with no event of ours.
     if (m_eventDepth == 0)
@@ -277,10 +278,8 @@ void BoundedTextView::rollBack()
 {
     {
         const QScopedValueRollback replacing(m_isReplacing, true);
-        if (m_isComposing) {
+        if (std::exchange(m_isComposing, false))
             QGuiApplication::inputMethod()->reset();
-            m_isComposing = false;
-        }
         // What was composed leaves its space in the layout unless it is taken back in so many
         // words.
         QInputMethodEvent nothingComposed;
@@ -302,7 +301,6 @@ void BoundedTextView::rollBack()
         recordValidState();
         m_seenText = m_validText;
     }
-    viewport()->update();
     if (textDidChange)
         textDidChange();
     if (onRejectedEdit)
@@ -313,9 +311,8 @@ void BoundedTextView::rememberSelection()
 {
     if (m_isComposing || document()->revision() != m_validRevision)
         return;
-    const QTextCursor cursor = textCursor();
-    m_validAnchor = cursor.anchor();
-    m_validPosition = cursor.position();
+    m_validAnchor = textCursor().anchor();
+    m_validPosition = textCursor().position();
 }
 
 /// A note too tall for this card shows as many lines as are whole.

@@ -97,6 +97,7 @@ void SpellMarks::start(Platform::SpellChecker &checker, Platform::MainQueue &que
     m_queue = &queue;
     m_view.installEventFilter(this);
     connect(m_view.document(), &QTextDocument::contentsChanged, this, [this] {
+        dropMenu();
         noticeMove();
         checkLater();
     });
@@ -114,6 +115,7 @@ bool SpellMarks::eventFilter(QObject *, QEvent *event)
         // Hidden, the program is to be small.
         m_soon.reset();
         m_check.reset();
+        dropMenu();
         m_checker->release();
         break;
     case QEvent::FocusOut:
@@ -324,6 +326,7 @@ void SpellMarks::popUp(const Mark &mark, const QStringList &suggestions, QPoint 
                 [=, this] { learn(mark.word); });
         menu->insertSeparator(first);
     }
+    m_menu = menu;
     menu->popup(globalPlace);
 }
 
@@ -347,9 +350,20 @@ void SpellMarks::correct(const Mark &mark, const QString &correction)
 void SpellMarks::learn(const QString &word)
 {
     m_checker->learn(word);
-    m_wrong.remove(word);
+    // It may be right now at the start of a sentence, too.
+    m_wrong.removeIf(
+        [&](const QString &one) { return one.compare(word, Qt::CaseInsensitive) == 0; });
     m_right.insert(word);
     m_view.viewport()->update();
+    checkLater();
+}
+
+void SpellMarks::dropMenu()
+{
+    m_suggest.reset();
+    m_patience.reset();
+    if (m_menu)
+        m_menu->close();
 }
 
 } // namespace Brevio

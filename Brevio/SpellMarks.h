@@ -62,6 +62,7 @@ private:
     void popUp(const Mark &mark, const QStringList &suggestions, QPoint globalPlace);
     void correct(const Mark &mark, const QString &correction);
     void learn(const QString &word);
+    void dropMenu();
 
     QTextEdit &m_view;
     Platform::SpellChecker *m_checker = nullptr;
@@ -74,6 +75,7 @@ private:
     Platform::SpellChecker::Request m_suggest;
     Platform::MainQueue::Pending m_soon;
     Platform::MainQueue::Pending m_patience;
+    QPointer<QMenu> m_menu; ///< closed with the text that it is for
 };
 
 } // namespace Brevio

@@ -38,6 +38,8 @@ constexpr std::array<std::array<QStringView, 2>, 3> usualReplacements{
 constexpr QStringView apostrophe = u"’";
 constexpr QStringView emDash = u"—";
 constexpr QStringView openers = u"([{<“„‘‚«‹–—";
+constexpr QStringView wordOpeners = u"([{<“„‘‚«‹”»›’\"'";
+constexpr QStringView dashes = u"–—";
 constexpr QStringView wordEnders = u".,;:!?)]}\"'”’…";
 constexpr QStringView beforeDash = u".,?!)]\"'”’»“…";
 /// Quotation marks of code: a="b", \".
@@ -57,6 +59,15 @@ const Marks &marksOf(const QString &language)
 bool endsWord(QChar c)
 {
     return c.isSpace() || wordEnders.contains(c);
+}
+
+/// Whether a word could begin after the text: after a space or a dash, brackets and quotation
+/// marks apart.
+bool canBeginWord(QStringView text)
+{
+    while (!text.isEmpty() && wordOpeners.contains(text.back()))
+        text.chop(1);
+    return text.isEmpty() || text.back().isSpace() || dashes.contains(text.back());
 }
 
 /// What stands before the last character, back to a space.
@@ -142,13 +153,8 @@ std::optional<Substitutions::Substitution> Substitutions::replacement(QStringVie
         return {};
     const QStringView before = text.chopped(1);
     for (const Replacement &one : m_replacements) {
-        if (!before.endsWith(one.from))
-            continue;
-        const qsizetype start = before.size() - one.from.size();
-        // "(tm)" may follow its word, "omw" has to be one.
-        if (start == 0 || !before[start - 1].isLetterOrNumber() ||
-            !one.from.front().isLetterOrNumber())
-            return Substitution{start, one.from.size(), one.to};
+        if (before.endsWith(one.from) && canBeginWord(before.chopped(one.from.size())))
+            return Substitution{before.size() - one.from.size(), one.from.size(), one.to};
     }
     return {};
 }

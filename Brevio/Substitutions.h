@@ -19,8 +19,8 @@ namespace Brevio {
 /// a word and before a letter, digit, space, quotation mark or line end ("yes--no", "yes -- no").
 /// Options (--all), rules of hyphens (---), arrows (-->) and i-- stay as typed.
 ///
-/// A replacement is made when the character after its text ends a word. Inside addresses, paths,
-/// and `code`, nothing is made.
+/// A replacement is made when its text stands where a word begins and the character after it ends
+/// one, so not in f(c). Inside addresses, paths, and `code`, nothing is made.
 class Substitutions final
 {
 public:

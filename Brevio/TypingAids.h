@@ -20,16 +20,13 @@ public:
 
     void start(Substitutions substitutions);
 
-    /// After a key press has been handled. `typed` is the text of the key; only a character that
-    /// now stands before the caret counts as typed.
+    /// After a key press has changed the text. `typed` is the text of the key; only a character
+    /// that now stands before the caret counts as typed.
     void keyWasTyped(const QString &typed);
 
 private:
-    [[nodiscard]] bool fits(const Substitutions::Substitution &substitution) const;
-
     BoundedTextView &m_view;
     std::optional<Substitutions> m_substitutions;
-    int m_revision = 0; ///< the document's after the last key, to know that a key wrote
 };
 
 } // namespace Brevio

@@ -117,6 +117,8 @@ private Q_SLOTS:
         const QString two = QStringLiteral("one\ntwo");
         const QString full = QStringLiteral("one\ntwo\nthree");
         QTest::newRow("fourth line") << full << 3 << 3 << key(Qt::Key_Return) << QString();
+        QTest::newRow("a line after an empty one")
+            << QStringLiteral("1\n") << 2 << 2 << key(Qt::Key_Return) << QStringLiteral("1\n\n");
         QTest::newRow("paste over a selection that makes room")
             << full << 0 << 8 << pasted(QStringLiteral("a\nb")) << QStringLiteral("a\nbthree");
         QTest::newRow("a megabyte of lines over a backward selection")
@@ -269,6 +271,10 @@ private Q_SLOTS:
         type(QStringLiteral("tall "));
         QCOMPARE(m_view->text(), QStringLiteral("\"tall "));
         QCOMPARE(m_refusals, 0);
+        m_view->setText(QStringLiteral("1\nend--\n"));
+        type(QStringLiteral("\n")); // refused
+        QCOMPARE(m_refusals, 1);
+        QCOMPARE(m_view->text(), QStringLiteral("1\nend--\n"));
     }
 
     void finishedWordsThatAreWrongAreMarkedWithoutAnEdit()
@@ -322,6 +328,18 @@ private Q_SLOTS:
         choose(QStringLiteral("Learn Spelling"));
         QCOMPARE(m_spelling.learned, QStringList{QStringLiteral("teh")});
         QCOMPARE(marksAfterChecking(), QStringList{QStringLiteral("wrnog")});
+
+        // No menu for a word of a note that has gone, be it open or still to come.
+        for (const bool isOpen : {true, false}) {
+            m_view->setText(QStringLiteral("wrnog"));
+            QTest::keyClick(m_view.get(), Qt::Key_F10, Qt::ShiftModifier);
+            if (isOpen)
+                m_spelling.answer();
+            QCOMPARE(QApplication::activePopupWidget() != nullptr, isOpen);
+            m_view->setText(QStringLiteral("other"));
+            (void)marksAfterChecking();
+            QVERIFY(!QApplication::activePopupWidget());
+        }
     }
 
     void nothingScrolls()

@@ -41,12 +41,6 @@ private Q_SLOTS:
         m_queue.advance(2s);
     }
 
-    void everythingStandsInItsPlace()
-    {
-        QCOMPARE(m_card->textView()->geometry(), QRect(22, 22, 416, 236));
-        QCOMPARE(m_card->gridButton()->geometry(), QRect(432, 252, 20, 20));
-    }
-
     void theInkFollowsTheAppearanceInAnOpenCard()
     {
         m_appearance.setScheme(Platform::ColorScheme::Dark);

@@ -41,10 +41,11 @@ private Q_SLOTS:
         row("en", "ls --all; i--; a --> b <!-- c", "ls --all; i--; a --> b <!-- c");
         row("en", "--- \n-- Me\na----b ", "--- \n-- Me\na----b ");
 
-        row("en", "(c) 2025 x(tm), ", "© 2025 x™, ");
+        row("en", "(c) 2025 (tm), ", "© 2025 ™, ");
+        row("en", "f(c) a[0](c) (a)(c) e\u0301omw ", "f(c) a[0](c) (a)(c) e\u0301omw ");
         row("en", "omw!", "On my way!!");
         row("en", "womw omws ", "womw omws ");
-        row("en", "teh. (r) ", "the. (r) ");
+        row("en", "teh. (r) x--teh\n((c))", "the. (r) x—the\n(©)");
         row("en", R"(a.org/omw "omw")", "a.org/omw “On my way!”");
         row("en", "https://a--b.org/(c) me@x--y ", "https://a--b.org/(c) me@x--y ");
     }

@@ -86,7 +86,7 @@ public:
     {
         bool isJudged = false;
         for (const Dictionary &one : m_dictionaries) {
-            if (word.isEmpty() || one.script != word.front().script())
+            if (!judges(one, word))
                 continue;
             isJudged = true;
             if (accepts(one, word))
@@ -98,10 +98,12 @@ public:
     [[nodiscard]] QStringList suggestions(const QString &word) const
     {
         QStringList all;
-        const QByteArray text = word.toUtf8();
+        const QByteArray text = stored(word);
         for (const Dictionary &one : m_dictionaries) {
             if (all.size() >= SpellChecker::mostSuggestions)
                 break;
+            if (!judges(one, word))
+                continue;
             std::size_t count = 0;
             char **found = enchant_dict_suggest(one.handle, text, text.size(), &count);
             for (std::size_t i = 0; i < count; ++i)
@@ -115,10 +117,13 @@ public:
 
     void learn(const QString &word)
     {
-        if (m_dictionaries.empty())
+        // On the list of a dictionary that will be asked for it.
+        const auto judge = std::find_if(m_dictionaries.begin(), m_dictionaries.end(),
+                                        [&](const Dictionary &one) { return judges(one, word); });
+        if (judge == m_dictionaries.end())
             return;
-        const QByteArray text = word.toUtf8();
-        enchant_dict_add(m_dictionaries.front().handle, text, text.size());
+        const QByteArray text = stored(word);
+        enchant_dict_add(judge->handle, text, text.size());
     }
 
 private:
@@ -129,14 +134,24 @@ private:
         QChar::Script script;
     };
 
+    [[nodiscard]] static bool judges(const Dictionary &dictionary, const QString &word)
+    {
+        return !word.isEmpty() && dictionary.script == word.front().script();
+    }
+
+    /// As dictionaries have it.
+    [[nodiscard]] static QByteArray stored(const QString &word)
+    {
+        return word.normalized(QString::NormalizationForm_C).toUtf8();
+    }
+
     [[nodiscard]] static bool accepts(const Dictionary &dictionary, QString word)
     {
         const auto check = [&] {
-            const QByteArray text = word.toUtf8();
+            const QByteArray text = stored(word);
             // A dictionary that fails is not the writer's mistake.
             return enchant_dict_check(dictionary.handle, text, text.size()) <= 0;
         };
-        word = word.normalized(QString::NormalizationForm_C);
         if (check())
             return true;
         // Some dictionaries know one apostrophe only.
@@ -158,14 +173,8 @@ public:
         : m_queue(queue)
     {}
 
-    ~EnchantChecker() override
-    {
-        {
-            const std::lock_guard lock(m_mutex);
-            m_jobs.clear();
-        }
-        stop();
-    }
+    /// Dropped questions cost nothing; a word that is to be learned is learned first.
+    ~EnchantChecker() override { stop(); }
 
     bool isAvailable() const override { return m_isAvailable; }
 
@@ -216,9 +225,10 @@ private:
             QMetaObject::invokeMethod(
                 &m_mainThread,
                 [this, open, words = work(dictionaries), isEmpty = dictionaries.isEmpty()] {
-                    m_isAvailable = !isEmpty;
-                    if (const auto asked = open.lock())
+                    if (const auto asked = open.lock()) {
+                        m_isAvailable = !isEmpty;
                         (*asked)(words);
+                    }
                 },
                 Qt::QueuedConnection);
         });
