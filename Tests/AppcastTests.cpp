@@ -39,9 +39,9 @@ private Q_SLOTS:
             << item("1.0") + item("2.0", "url=", "s:os='windows' url=") +
                    item("1.5", "url=", "s:os='Linux' url=") + "<item><title>News</title></item>"
             << "1.5";
-        QTest::newRow("its name among people")
-            << item("7", "url=", "s:shortVersionString='2.0 beta 1' url=") << "2.0 beta 1";
-        QTest::newRow("a name that a label would take for mark-up")
+        QTest::newRow("named for people")
+            << item("7", "url=", "s:shortVersionString='2.0 b' url=") << "2.0 b";
+        QTest::newRow("a name like mark-up")
             << item("7", "url=", "s:shortVersionString='2&lt;b>' url=") << "7";
     }
 
@@ -84,11 +84,8 @@ private Q_SLOTS:
             refuse(name, feed(item("1.0", was, now)), AppcastRefusal::BadRelease);
         };
         const QByteArray signature = QByteArray(64, 'k').toBase64();
-
         refuse("too large", QByteArray(largestAppcast + 1, ' '), AppcastRefusal::TooLarge);
-        refuse("entities that swell",
-               feed("<item>&b;</item>",
-                    "<!DOCTYPE r [<!ENTITY a 'aaaaaaaa'><!ENTITY b '&a;&a;&a;&a;'>]>"),
+        refuse("entities", feed(item("1.0"), "<!DOCTYPE r [<!ENTITY a 'a'>]>"),
                AppcastRefusal::Forbidden);
         refuse("another encoding", feed(item("1.0"), "<?xml version='1.0' encoding='latin1'?>"),
                AppcastRefusal::Forbidden);
