@@ -85,7 +85,6 @@ QString said()
 } // namespace
 
 using Action = std::function<void()>;
-Q_DECLARE_METATYPE(Action)
 
 /// A check for updates against a real server, through its dialogs, with what it leaves behind.
 class UpdaterTests final : public QObject
@@ -161,7 +160,6 @@ private Q_SLOTS:
     void cleanup()
     {
         controller.reset();
-        window.reset();
         qputenv("TMPDIR", "/tmp");
         QCOMPARE(dialog(), nullptr);
     }
