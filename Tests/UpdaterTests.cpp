@@ -7,7 +7,6 @@
 #include <QDir>
 #include <QLabel>
 #include <QPlainTextEdit>
-#include <QPushButton>
 #include <QTcpServer>
 #include <QTcpSocket>
 #include <QTemporaryDir>
@@ -36,7 +35,6 @@ public:
             connect(socket, &QTcpSocket::readyRead, socket, [this, socket] {
                 const QByteArray path = socket->readAll().split(' ').value(1);
                 requests << path;
-
                 const QByteArray answer = answers.value(path, "no TLS");
                 socket->write(answer);
                 if (!isSilent && !answer.endsWith("\r\n\r\n"))
@@ -84,25 +82,16 @@ QString said()
     return text;
 }
 
-void press(const QString &title)
-{
-    for (auto *button : dialog()->findChildren<QPushButton *>())
-        if (button->text().remove(u'&') == title)
-            return button->click();
-    QFAIL(qPrintable(title));
-}
-
 } // namespace
 
 using Action = std::function<void()>;
-Q_DECLARE_METATYPE(Action)
 
 /// A check for updates against a real server, through its dialogs, with what it leaves behind.
 class UpdaterTests final : public QObject
 {
     Q_OBJECT
 
-    const QByteArray package = "a package " + QByteArray(100000, '\x5a');
+    QByteArray package = "a package " + QByteArray(100000, '\x5a');
     QByteArray publicKey{crypto_sign_ed25519_PUBLICKEYBYTES, '\0'};
     QByteArray signature{crypto_sign_ed25519_BYTES, '\0'};
     std::unique_ptr<QTemporaryDir> home;
@@ -110,8 +99,8 @@ class UpdaterTests final : public QObject
     std::unique_ptr<ManualQueue> queue;
     std::unique_ptr<QWidget> window;
     std::unique_ptr<UpdaterController> controller;
-    QList<QUrl> opened;
-    bool canOpen = true;
+    QByteArray address;
+    QUrl opened;
 
     QByteArray feed(const QByteArray &version = "0.2.0", const QByteArray &notes = "Better")
     {
@@ -121,25 +110,21 @@ class UpdaterTests final : public QObject
                signature.toBase64() + "'/></item></channel></rss>";
     }
 
-    void check(const QByteArray &address)
+    void check()
     {
         controller = std::make_unique<UpdaterController>(
             UpdateConfiguration{QStringLiteral("Brevio"), QStringLiteral("0.1.0"),
                                 QString::fromLatin1(address),
                                 QString::fromLatin1(publicKey.toBase64())},
             *queue, [this](const QUrl &file) {
-                opened << file;
-                return canOpen;
+                opened = file;
+                return false; // there is no program for it
             });
         controller->checkForUpdates(window.get());
     }
-    void check() { check(server->address("/feed")); }
 
-    [[nodiscard]] QString path(const char *name) const
-    {
-        return home->filePath(QString::fromLatin1(name));
-    }
-    [[nodiscard]] QStringList left(const char *folder) const
+    QString path(const char *name) const { return home->filePath(QString::fromLatin1(name)); }
+    QStringList left(const char *folder) const
     {
         return QDir(path(folder)).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot);
     }
@@ -148,15 +133,13 @@ private Q_SLOTS:
     void initTestCase()
     {
         std::signal(SIGXFSZ, SIG_IGN);
-        QApplication::setQuitOnLastWindowClosed(false);
-        QByteArray secret(crypto_sign_ed25519_SECRETKEYBYTES, '\0');
+        unsigned char secret[crypto_sign_ed25519_SECRETKEYBYTES];
         const auto raw = [](QByteArray &bytes) {
             return reinterpret_cast<unsigned char *>(bytes.data());
         };
-        QByteArray message = package;
-        crypto_sign_ed25519_keypair(raw(publicKey), raw(secret));
-        crypto_sign_ed25519_detached(raw(signature), nullptr, raw(message),
-                                     static_cast<unsigned long long>(message.size()), raw(secret));
+        crypto_sign_ed25519_keypair(raw(publicKey), secret);
+        crypto_sign_ed25519_detached(raw(signature), nullptr, raw(package),
+                                     static_cast<unsigned long long>(package.size()), secret);
     }
 
     void init()
@@ -168,17 +151,15 @@ private Q_SLOTS:
         qputenv("TMPDIR", path("tmp").toLocal8Bit());
         server = std::make_unique<Server>();
         server->answers = {{"/feed", Server::file(feed())}, {"/p/b_1.deb", Server::file(package)}};
+        address = server->address("/feed");
         queue = std::make_unique<ManualQueue>();
         window = std::make_unique<QWidget>();
         window->show();
-        opened.clear();
-        canOpen = true;
     }
 
     void cleanup()
     {
         controller.reset();
-        window.reset();
         qputenv("TMPDIR", "/tmp");
         QCOMPARE(dialog(), nullptr);
     }
@@ -187,26 +168,25 @@ private Q_SLOTS:
     {
         QVERIFY(!Brevio::Updater::exists());
         auto &updater = Brevio::Updater::shared();
-        QVERIFY(Brevio::Updater::exists());
         updater.checkForUpdates(window.get());
+        QVERIFY(Brevio::Updater::exists());
+        QCOMPARE(&Brevio::Updater::shared(), &updater);
         QVERIFY(said().contains(u"Updates for Brevio come from your package manager."));
         QCOMPARE(dialog()->parentWidget(), window.get());
         QTest::keyClick(dialog(), Qt::Key_Escape);
         QCOMPARE(dialog(), nullptr);
-        QCOMPARE(&Brevio::Updater::shared(), &updater);
     }
 
     void aVerifiedUpdateLandsInDownloads()
     {
         QDir(home->path()).mkdir(QStringLiteral("Downloads"));
-        QFile older(path("Downloads/.._.b_c_.deb"));
-        QVERIFY(older.open(QIODevice::WriteOnly));
+        QVERIFY(QFile::link(path("elsewhere"), path("Downloads/_.b_c_.deb")));
         QByteArray xml = feed("0.10.0", "<p>New:</p><img src='" + server->address("/pixel") +
                                             "'><ul><li>Undo</li></ul>");
-        xml.replace("b_1.deb", "..%2F...%01.b%3Cc%3E.deb");
+        xml.replace("b_1.deb", "..%2F.-~%01.b%3Cc%3E.deb");
         server->answers["/feed"] = Server::redirect("/moved");
         server->answers["/moved"] = Server::file(xml);
-        server->answers["/p/..%2F...%01.b%3Cc%3E.deb"] = Server::file(package);
+        server->answers["/p/..%2F.-~%01.b%3Cc%3E.deb"] = Server::file(package);
         check();
         QTRY_VERIFY(said().contains(u"Brevio 0.10.0 is available."));
         const QString notes = dialog()->findChild<QPlainTextEdit *>()->toPlainText();
@@ -215,15 +195,12 @@ private Q_SLOTS:
         QVERIFY(said().contains(u"Downloading Brevio 0.10.0"));
         QTRY_VERIFY(said().contains(u"The update is in your Downloads folder."));
         QCOMPARE(left("tmp"), QStringList());
-        QCOMPARE(left("Downloads").size(), 2);
-        canOpen = false;
-        press(QStringLiteral("Open"));
-        QCOMPARE(opened.size(), 1);
-        QCOMPARE(QFileInfo(opened[0].toLocalFile()).absolutePath(), path("Downloads"));
-        QFile saved(opened[0].toLocalFile());
+        QTest::keyClick(dialog(), Qt::Key_Return);
+        QCOMPARE(opened.toLocalFile(), path("Downloads/_.b_c_-1.deb"));
+        QFile saved(opened.toLocalFile());
         QVERIFY(saved.open(QIODevice::ReadOnly));
         QCOMPARE(saved.readAll(), package);
-        QCOMPARE(older.size(), 0);
+        QVERIFY(!QFileInfo::exists(path("elsewhere")));
         QVERIFY(said().contains(u"could not be opened"));
         QVERIFY(!server->requests.contains("/pixel"));
     }
@@ -235,12 +212,12 @@ private Q_SLOTS:
         const auto row = [](const char *name, const char *message, const Action &prepare) {
             QTest::newRow(name) << QString::fromLatin1(message) << prepare;
         };
-        const auto serve = [this](const char *name, const char *message, const QByteArray &where,
-                                  const QByteArray &answer) {
-            QTest::newRow(name) << QString::fromLatin1(message) << Action([this, where, answer] {
-                server->answers[where] = answer;
-            });
+        const auto serve = [&](const char *name, const char *message, const QByteArray &where,
+                               const QByteArray &answer) {
+            row(name, message, [this, where, answer] { server->answers[where] = answer; });
         };
+        row("plain http", "not set up", [this] { address = "http://192.0.2.1/feed"; });
+        row("no TLS", "no secure connection", [this] { address.replace("http", "https"); });
         row("nothing newer", "Brevio is up to date.",
             [this] { server->answers["/feed"] = Server::file(feed("0.1")); });
         serve("no answer", "could not be reached", "/feed", {});
@@ -248,34 +225,18 @@ private Q_SLOTS:
         serve("no content", "with an error", "/feed", Server::answer("204 No Content"));
         serve("in circles", "unsafe address", "/feed", Server::redirect("/feed"));
         serve("to an open line", "unsafe address", "/feed", Server::redirect("http://192.0.2.1/"));
-        serve("to another scheme", "unsafe address", "/feed", Server::redirect("ftp://192.0.2.1/"));
-        serve("a feed cut short", "broke off", "/feed",
-              Server::file(QByteArray(999, ' ')).chopped(9));
         serve("a feed without end", "too large", "/feed",
               Server::answer("200 OK", QByteArray(largestAppcast + 1, ' ')));
-        serve("a document type", "must not", "/feed", Server::file("<!DOCTYPE rss><rss/>"));
         serve("a sign-in page", "cannot be read", "/feed", Server::file("<html/>"));
-        serve("an empty feed", "nothing for this", "/feed", Server::file("<rss><channel/></rss>"));
-        row("an unsigned release", "not announced properly", [this] {
-            server->answers["/feed"] = Server::file(feed().replace("edSignature", "x"));
-        });
-        serve("no such package", "with an error", "/p/b_1.deb", Server::answer("404 Gone", "Oh"));
-        serve("a package elsewhere", "unsafe address", "/p/b_1.deb",
-              Server::redirect("http://192.0.2.1/"));
         serve("a package cut short", "broke off", "/p/b_1.deb", Server::file(package).chopped(9));
         serve("a package too short", "not as long", "/p/b_1.deb", Server::file(package.chopped(1)));
         serve("a package too long", "not as long", "/p/b_1.deb", Server::file(package + '.'));
         serve("another package", "not genuine", "/p/b_1.deb", Server::file('A' + package.mid(1)));
-        row("another publisher", "not genuine", [this] {
-            signature[9] = static_cast<char>(signature[9] ^ 1);
-            server->answers["/feed"] = Server::file(feed());
-            signature[9] = static_cast<char>(signature[9] ^ 1);
-        });
         row("a full disk", "no room", [] {
             const rlimit limit{50000, RLIM_INFINITY};
             ::setrlimit(RLIMIT_FSIZE, &limit);
         });
-        row("no Downloads folder", "could not be saved",
+        row("no Downloads", "could not be saved",
             [this] { QFile::link(QStringLiteral("/dev/null"), path("Downloads")); });
     }
 
@@ -287,7 +248,7 @@ private Q_SLOTS:
         check();
         QTRY_VERIFY(dialog());
         if (said().contains(u"is available"))
-            press(QStringLiteral("Download"));
+            QTest::keyClick(dialog(), Qt::Key_Return);
         QTRY_VERIFY2(said().contains(message), qPrintable(said()));
         const rlimit unlimited{RLIM_INFINITY, RLIM_INFINITY};
         ::setrlimit(RLIMIT_FSIZE, &unlimited);
@@ -297,28 +258,6 @@ private Q_SLOTS:
         QCOMPARE(dialog(), nullptr);
         controller->checkForUpdates(nullptr); // and the next check is a new one
         QTRY_VERIFY(dialog());
-    }
-
-    void anUnusableAddressIsNotAsked_data()
-    {
-        QTest::addColumn<QString>("address");
-        QTest::addColumn<QString>("message");
-        QTest::newRow("plain http") << "http://192.0.2.1/feed"
-                                    << "not set up correctly";
-        QTest::newRow("a file") << "file:///etc/hosts"
-                                << "not set up correctly";
-        QTest::newRow("https without TLS") << "https://127.0.0.1:%1/feed"
-                                           << "no secure connection";
-    }
-
-    void anUnusableAddressIsNotAsked()
-    {
-        QFETCH(QString, address);
-        QFETCH(QString, message);
-        server->answers.clear();
-        check(address.replace(QStringLiteral("%1"), QString::number(server->serverPort()))
-                  .toLatin1());
-        QTRY_VERIFY2(said().contains(message), qPrintable(said()));
     }
 
     void aSilentServerIsGivenUp()
@@ -331,9 +270,7 @@ private Q_SLOTS:
         queue->advance(300ms);
         QVERIFY(said().contains(u"Looking for updates"));
         controller->checkForUpdates(nullptr); // is the one that is going on
-        queue->advance(14s);
-        QVERIFY(said().contains(u"Looking for updates"));
-        queue->advance(1s);
+        queue->advance(15s);
         QVERIFY(said().contains(u"stopped answering"));
         QCOMPARE(server->requests.size(), 1);
     }
@@ -343,7 +280,6 @@ private Q_SLOTS:
         QTest::addColumn<Action>("finish");
         QTest::newRow("Escape") << Action([] { QTest::keyClick(dialog(), Qt::Key_Escape); });
         QTest::newRow("the window") << Action([this] { window.reset(); });
-        QTest::newRow("the controller") << Action([this] { controller.reset(); });
         QTest::newRow("the program")
             << Action([] { QMetaObject::invokeMethod(qApp, "aboutToQuit"); });
     }
@@ -355,13 +291,11 @@ private Q_SLOTS:
         server->answers["/p/b_1.deb"] = Server::file(package).chopped(9);
         check();
         QTRY_VERIFY(dialog());
-        press(QStringLiteral("Download"));
-        QTRY_VERIFY(said().contains(u"Downloading") && !left("tmp").isEmpty());
-        const QString folder = path("tmp/") + left("tmp").value(0);
-        QTRY_COMPARE(QFileInfo(QDir(folder).filePath(QStringLiteral("package"))).size(),
-                     package.size() - 9);
-        QCOMPARE(QFileInfo(folder).permissions() & (QFile::ReadGroup | QFile::ReadOther),
-                 QFile::Permissions());
+        QTest::keyClick(dialog(), Qt::Key_Return);
+        const QFileInfo folder(path("tmp/") + left("tmp").value(0));
+        const QString partial = folder.filePath() + QStringLiteral("/package");
+        QTRY_COMPARE(QFileInfo(partial).size(), package.size() - 9);
+        QVERIFY(!folder.permission(QFile::ReadGroup) && !folder.permission(QFile::ReadOther));
         finish();
         QCOMPARE(left("tmp"), QStringList());
         QCOMPARE(left("Downloads"), QStringList());

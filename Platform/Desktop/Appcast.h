@@ -32,8 +32,9 @@ enum class AppcastRefusal {
     BadRelease,  ///< the newest release lacks a sound version, address, length or signature
 };
 
-/// The largest feed that is read, in bytes.
-inline constexpr qsizetype largestAppcast = 1024 * 1024;
+/// The largest feed that is read, in bytes: the time the XML reader takes grows with the square of
+/// a tag's attributes, and a megabyte of nothing else would hold up the program for 15 seconds.
+inline constexpr qsizetype largestAppcast = 256 * 1024;
 /// The largest package that is fetched, in bytes.
 inline constexpr qint64 largestPackage = 64 * 1024 * 1024;
 

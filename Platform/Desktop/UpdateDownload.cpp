@@ -33,9 +33,11 @@ QString fileName(const QUrl &address)
         if (!isPlain && !QStringView(u".-+~_").contains(character))
             character = u'_';
     }
-    while (name.startsWith(u'.'))
+    name = name.right(longestName);
+    // Not hidden, and neither an option nor a home folder for whoever types a command with it.
+    while (!name.isEmpty() && QStringView(u".-+~").contains(name.front()))
         name.remove(0, 1);
-    return name.isEmpty() ? namelessPackage : name.right(longestName);
+    return name.isEmpty() ? namelessPackage : name;
 }
 
 bool isThere(const QString &path)
