@@ -1,5 +1,5 @@
-// How the controller's faces and its panel come and go: the fades between card and grid, and the toast
-// that ends a card.
+// How the controller's faces and its panel come and go: the fades between card and grid, and the
+// toast that ends a card.
 
 #include "Brevio/CardController.h"
 
