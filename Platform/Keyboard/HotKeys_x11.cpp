@@ -28,7 +28,6 @@ struct Freed
 template <class Reply>
 using Owned = std::unique_ptr<Reply, Freed>;
 
-constexpr std::uint8_t sentBit = 0x80; // marks an event that a client sent
 constexpr std::uint16_t matchedModifiers =
     XCB_MOD_MASK_SHIFT | XCB_MOD_MASK_CONTROL | XCB_MOD_MASK_1 | XCB_MOD_MASK_4;
 constexpr int modifierCount = 8;

@@ -6,7 +6,7 @@
 #include <QGuiApplication>
 
 // The header names a member with a C++ keyword.
-#define explicit explicitValue // NOLINT(clang-diagnostic-keyword-macro)
+#define explicit explicitValue
 #include <xcb/xkb.h>
 #undef explicit
 #include <xkbcommon/xkbcommon-keysyms.h>
