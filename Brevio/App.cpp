@@ -57,6 +57,18 @@ AppDelegate::~AppDelegate()
     KeyboardShortcuts::dropEnvironment();
 }
 
+namespace {
+
+void adoptIcon()
+{
+    QIcon icon;
+    for (const char *size : {"48", "128"})
+        icon.addFile(QStringLiteral(":/org.brevio.Brevio-%1.png").arg(QLatin1String(size)));
+    QApplication::setWindowIcon(icon);
+}
+
+} // namespace
+
 void AppDelegate::applicationDidFinishLaunching(Platform::Instance &instance)
 {
     auto &queue = MainQueue::main();
@@ -88,6 +100,8 @@ void AppDelegate::applicationDidFinishLaunching(Platform::Instance &instance)
                                 LoginItem::Origin::Launch);
     observeSettings();
     decideWhatToShow(instance);
+    // Nobody waits for the icon, and Qt looks through all its image formats for it.
+    queue.post(adoptIcon);
 }
 
 void AppDelegate::decideWhatToShow(Platform::Instance &instance)
@@ -211,10 +225,6 @@ int BrevioMain::run(int argc, char *argv[])
     QApplication::setApplicationName(applicationName);
     QApplication::setDesktopFileName(applicationId);
     QApplication application(argc, argv);
-    QIcon icon;
-    for (const char *size : {"48", "128"})
-        icon.addFile(QStringLiteral(":/org.brevio.Brevio-%1.png").arg(QLatin1String(size)));
-    QApplication::setWindowIcon(icon);
     // Its windows come and go; the program lives in the background.
     QApplication::setQuitOnLastWindowClosed(false);
 
