@@ -95,34 +95,52 @@ private Q_SLOTS:
         QVERIFY2(!Files::replaceAtomically(m_path, newText), "the links run in a circle");
     }
 
+    void onlyTheFileThatIsKnownIsReplaced()
+    {
+        std::optional<Files::Identity> known;
+        QCOMPARE(Files::replaceKnown(m_path, oldText, known), Files::Replacement::Done);
+        QCOMPARE(known, Files::identity(m_path));
+        QCOMPARE(Files::replaceKnown(m_path, newText, known), Files::Replacement::Done);
+        QCOMPARE(known, Files::identity(m_path));
+        const auto ours = known;
+        put(oldText); // by another program, by renaming
+        QCOMPARE(Files::replaceKnown(m_path, newText, known), Files::Replacement::Refused);
+        known.reset(); // there was none when it was looked for
+        QCOMPARE(Files::replaceKnown(m_path, newText, known), Files::Replacement::Refused);
+        compareFile(oldText);
+        known = Files::identity(m_path);
+        QVERIFY(known != ours);
+        QFile file(m_path); // in place
+        QVERIFY(file.open(QFile::Append) && file.write("more") == 4 && file.flush());
+        QCOMPARE(Files::replaceKnown(m_path, newText, known), Files::Replacement::Refused);
+        compareFile(oldText + "more");
+        QVERIFY(file.remove());
+        QCOMPARE(Files::replaceKnown(m_path, newText, known), Files::Replacement::Refused);
+        QVERIFY(entries().empty());
+    }
+
     void anyFailingCallLeavesTheOldFileWholeAndNothingBesideIt()
     {
-        const QString source = in(u"source"_s);
-        QVERIFY(Files::replaceAtomically(source, newText));
-        for (const bool copies : {false, true}) {
-            const auto write = [&](int failingCall) {
-                QFile::remove(m_path);
-                if (!copies)
-                    (void)Files::replaceAtomically(m_path, oldText);
-                FaultInjection::arm(failingCall, ENOSPC);
-                return copies ? Files::copy(source, m_path)
-                              : Files::replaceAtomically(m_path, newText);
-            };
-            QVERIFY(write(0));
-            const int calls = FaultInjection::disarm();
-            QCOMPARE(Files::read(m_path), newText);
-            // Open, truncate, write in pieces, mode, sync, move, and open and sync the folder.
-            QVERIFY(calls >= 11);
-            for (int call = 1; call <= calls; ++call) {
-                QVERIFY(!write(call));
-                FaultInjection::disarm();
-                // The last two open and sync the folder, when the file is in its place already.
-                const bool isMoved = call > calls - 2;
-                const auto old = copies ? std::nullopt : std::optional(oldText);
-                QCOMPARE(Files::read(m_path), isMoved ? newText : old);
-                QCOMPARE(entries().size(), copies && !isMoved ? 1 : 2);
-            }
+        const auto write = [&](int failingCall) {
+            put(oldText);
+            FaultInjection::arm(failingCall, ENOSPC);
+            const bool isDone = Files::replaceAtomically(m_path, newText);
+            return std::pair(isDone, FaultInjection::disarm());
+        };
+        const auto [isDone, calls] = write(0);
+        QVERIFY(isDone);
+        compareFile(newText);
+        // Open, truncate, write in pieces, mode, sync, move, and open and sync the folder.
+        QVERIFY(calls >= 11);
+        for (int call = 1; call <= calls; ++call) {
+            QVERIFY(!write(call).first);
+            // The last two open and sync the folder, when the file is in its place already.
+            compareFile(call > calls - 2 ? newText : oldText);
         }
+        FaultInjection::arm(2, EIO); // the first read
+        const auto bytes = Files::read(m_path);
+        FaultInjection::disarm();
+        QVERIFY(!bytes);
     }
 
     void aKillAtAnyCallLeavesTheOldFileOrTheNewAndTheNextWriteCleansUp()

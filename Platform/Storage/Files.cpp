@@ -142,17 +142,31 @@ bool moveWithoutReplacing(const QByteArray &from, const QByteArray &to)
     return ::rename(from.constData(), to.constData()) == 0;
 }
 
-bool write(const QString &path, const QByteArray &bytes, IfThere ifThere)
+Identity identityOf(const struct stat &info)
+{
+    const auto nanoseconds = [](const timespec &time) {
+        return qint64(time.tv_sec) * 1'000'000'000 + time.tv_nsec;
+    };
+    return {info.st_dev, info.st_ino, info.st_size, nanoseconds(info.st_mtim),
+            nanoseconds(info.st_ctim)};
+}
+
+/// `known`, where given, is what the file has to be still, and becomes what it is afterwards.
+Replacement write(const QString &path, const QByteArray &bytes, IfThere ifThere,
+                  std::optional<Identity> *known = nullptr)
 {
     const QByteArray target = linkTarget(path);
     struct stat old
     {};
     const bool isThere = !target.isEmpty() && ::lstat(target.constData(), &old) == 0;
-    if (!isThere && errno != ENOENT)
-        return failed("reach", target);
+    if (!isThere && errno != ENOENT) {
+        failed("reach", target);
+        return Replacement::Failed;
+    }
     if (isThere && (ifThere == IfThere::Fail || !S_ISREG(old.st_mode))) {
         errno = EEXIST;
-        return failed("replace", target);
+        failed("replace", target);
+        return Replacement::Refused;
     }
 
     // Clients of synced folders take names that begin with ".~" for scratch files.
@@ -160,21 +174,32 @@ bool write(const QString &path, const QByteArray &bytes, IfThere ifThere)
     const QByteArray temporary =
         folder + "/.~" + target.mid(target.lastIndexOf('/') + 1) + ".brevio";
     const Descriptor file = openTemporary(temporary);
-    if (!file.isOpen())
-        return failed("open", temporary);
+    if (!file.isOpen()) {
+        failed("open", temporary);
+        return Replacement::Failed;
+    }
     const bool isReady =
         fill(file, bytes) &&
         (isThere ? takeModeOf(old, file) : ::fchmod(file.get(), privateFile) == 0) &&
         ::fsync(file.get()) == 0;
-    const bool isMoved = isReady && (ifThere == IfThere::Replace
-                                         ? ::rename(temporary.constData(), target.constData()) == 0
-                                         : moveWithoutReplacing(temporary, target));
+    // Asked last: what another program puts there between this line and the next is lost.
+    const bool isKnown = !known || !*known || identity(path) == *known;
+    const bool isMoved =
+        isReady && isKnown &&
+        (ifThere == IfThere::Replace ? ::rename(temporary.constData(), target.constData()) == 0
+                                     : moveWithoutReplacing(temporary, target));
     if (!isMoved) {
+        const bool isRefused = isReady && (!isKnown || errno == EEXIST);
         failed("write", target);
         ::unlink(temporary.constData());
-        return false;
+        return isRefused ? Replacement::Refused : Replacement::Failed;
     }
-    return syncFolder(folder);
+    struct stat now
+    {};
+    // Of the open file: the one of that name may be another program's by now.
+    if (known)
+        *known = ::fstat(file.get(), &now) == 0 ? std::optional(identityOf(now)) : std::nullopt;
+    return syncFolder(folder) ? Replacement::Done : Replacement::Failed;
 }
 
 } // namespace
@@ -216,13 +241,28 @@ std::optional<QByteArray> read(const QString &path)
 
 bool replaceAtomically(const QString &path, const QByteArray &bytes)
 {
-    return write(path, bytes, IfThere::Replace);
+    return write(path, bytes, IfThere::Replace) == Replacement::Done;
+}
+
+Replacement replaceKnown(const QString &path, const QByteArray &bytes,
+                         std::optional<Identity> &known)
+{
+    return write(path, bytes, known ? IfThere::Replace : IfThere::Fail, &known);
+}
+
+std::optional<Identity> identity(const QString &path)
+{
+    struct stat info
+    {};
+    if (::stat(QFile::encodeName(path).constData(), &info) != 0)
+        return std::nullopt;
+    return identityOf(info);
 }
 
 bool copy(const QString &from, const QString &to)
 {
     const auto bytes = read(from);
-    return bytes && write(to, *bytes, IfThere::Fail);
+    return bytes && write(to, *bytes, IfThere::Fail) == Replacement::Done;
 }
 
 bool setAside(const QString &path, const QString &suffix)
@@ -250,6 +290,20 @@ bool exists(const QString &path)
     {};
     return ::stat(QFile::encodeName(path).constData(), &info) == 0 ||
            (errno != ENOENT && errno != ENOTDIR);
+}
+
+bool sync(const QString &path)
+{
+    const QByteArray name = linkTarget(path);
+    const Descriptor file(::open(name.constData(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+    if (!file.isOpen() || ::fsync(file.get()) != 0)
+        return failed("sync", name);
+    return syncFolder(folderOf(name));
+}
+
+QStringList names(const QString &folder)
+{
+    return QDir(folder).entryList(QDir::Files | QDir::Hidden);
 }
 
 bool makeFolder(const QString &path)

@@ -2,6 +2,7 @@
 
 #include <QByteArray>
 #include <QString>
+#include <QStringList>
 
 #include <optional>
 
@@ -21,6 +22,42 @@ namespace Platform::Files {
 /// unless the folder alone could not be synced: then it is the new one, but a power cut may bring
 /// the old one back. Leaves no temporary file; that of a killed process goes with the next call.
 [[nodiscard]] bool replaceAtomically(const QString &path, const QByteArray &bytes);
+
+/// Which file there is, and in which state: it differs once the file was replaced or written to.
+/// (A file rewritten in place with as many bytes within one tick of the kernel's clock, a few
+/// milliseconds, cannot be told apart.)
+struct Identity
+{
+    quint64 device = 0;
+    quint64 inode = 0;
+    qint64 size = 0;     ///< bytes
+    qint64 modified = 0; ///< nanoseconds since 1970, like the next
+    qint64 changed = 0;
+
+    bool operator==(const Identity &) const = default;
+};
+
+/// What a name, or the symbolic link of that name, leads to; nothing when that cannot be reached.
+/// Ask before reading: then a change in between shows as a difference later.
+[[nodiscard]] std::optional<Identity> identity(const QString &path);
+
+enum class Replacement {
+    Done,
+    Refused, ///< it is another file by now, or none may be there; nothing was changed
+    Failed,  ///< as `replaceAtomically` returning false
+};
+
+/// Like replaceAtomically, but only a file that is `known` still, or none where that is nothing.
+/// The question is asked microseconds before the new file takes its name; nothing closes that gap.
+/// Whenever the new file is in its place, `known` is its identity.
+[[nodiscard]] Replacement replaceKnown(const QString &path, const QByteArray &bytes,
+                                       std::optional<Identity> &known);
+
+/// Waits until a file that another program wrote is safely on the disk, its name included.
+[[nodiscard]] bool sync(const QString &path);
+
+/// The names of the files in a folder, hidden ones too, sorted; none when it cannot be listed.
+[[nodiscard]] QStringList names(const QString &folder);
 
 /// Copies a file to a place where there is none, in one step and synced as above; never a part,
 /// and never over a file that appeared there meanwhile. The copy is private to the user.

@@ -16,6 +16,14 @@ QString absolute(const char *variable)
     return QDir::isAbsolutePath(path) ? QDir::cleanPath(path) : QString();
 }
 
+QString folder(const char *variable, const QString &underHome)
+{
+    const QString path = absolute(variable);
+    return path.isEmpty() ? QDir::cleanPath(home() + u'/' + underHome) : path;
+}
+
+} // namespace
+
 QString home()
 {
     if (const QString path = absolute("HOME"); !path.isEmpty())
@@ -25,14 +33,6 @@ QString home()
     return entry ? QDir::cleanPath(QFile::decodeName(entry->pw_dir)) : QStringLiteral("/");
 }
 
-QString folder(const char *variable, const QString &underHome)
-{
-    const QString path = absolute(variable);
-    return path.isEmpty() ? QDir::cleanPath(home() + u'/' + underHome) : path;
-}
-
-} // namespace
-
 QString configHome()
 {
     return folder("XDG_CONFIG_HOME", QStringLiteral(".config"));
@@ -41,6 +41,11 @@ QString configHome()
 QString dataHome()
 {
     return folder("XDG_DATA_HOME", QStringLiteral(".local/share"));
+}
+
+QString stateHome()
+{
+    return folder("XDG_STATE_HOME", QStringLiteral(".local/state"));
 }
 
 } // namespace Platform::Folders

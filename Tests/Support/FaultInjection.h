@@ -106,11 +106,4 @@ int rename(const char *from, const char *to) noexcept
     return static_cast<int>(FaultInjection::call(SYS_renameat2, AT_FDCWD, from, AT_FDCWD, to, 0U));
 }
 
-int renameat2(int fromFolder, const char *from, int toFolder, const char *to,
-              unsigned flags) noexcept
-{
-    return static_cast<int>(
-        FaultInjection::call(SYS_renameat2, fromFolder, from, toFolder, to, flags));
-}
-
 } // extern "C"
