@@ -21,6 +21,17 @@ void add(DeletionTimes &times, const TombstoneList &tombstones)
     }
 }
 
+/// When the file says that this happened.
+Instant inFile(Instant time)
+{
+    return std::chrono::floor<std::chrono::seconds>(time);
+}
+
+bool isSameEdit(const Note &one, const Note &other)
+{
+    return inFile(one.lastEditedAt) == inFile(other.lastEditedAt) && one.body == other.body;
+}
+
 bool isDeleted(const Note &note, const DeletionTimes &times)
 {
     const auto deletion = times.constFind(note.id);
@@ -29,25 +40,28 @@ bool isDeleted(const Note &note, const DeletionTimes &times)
 
 } // namespace
 
-Merged merge(OnDisk file, const NoteList &notes, const TombstoneList &tombstones, Instant now)
+Merged merge(const OnDisk &file, const NoteList &notes, const TombstoneList &tombstones,
+             Instant now, WhenEqual whenEqual)
 {
+    QHash<QUuid, const Note *> onlyInFile;
+    onlyInFile.reserve(static_cast<qsizetype>(file.notes.size()));
+    for (const Note &note : file.notes)
+        onlyInFile.insert(note.id, &note);
+
     Merged merged;
-    QHash<QUuid, std::size_t> places;
-    const auto place = [&](const Note &note) -> Note * {
-        const auto known = places.constFind(note.id);
-        if (known != places.cend())
-            return &merged.notes[*known];
-        places.insert(note.id, merged.notes.size());
-        merged.notes.push_back(note);
-        return nullptr;
-    };
-    for (const Note &note : file.notes) {
-        if (Note *earlier = place(note))
-            *earlier = note;
-    }
+    merged.notes.reserve(notes.size() + file.notes.size());
     for (const Note &note : notes) {
-        if (Note *other = place(note); other && note.lastEditedAt > other->lastEditedAt)
-            *other = note;
+        const Note *other = onlyInFile.take(note.id);
+        const bool fileStands =
+            other && (whenEqual == WhenEqual::File ? note.lastEditedAt <= other->lastEditedAt
+                                                   : note.lastEditedAt < other->lastEditedAt);
+        merged.notes.push_back(fileStands ? *other : note);
+        if (other && whenEqual == WhenEqual::File && isSameEdit(note, *other))
+            merged.notes.back().isPinned = other->isPinned;
+    }
+    for (const Note &note : file.notes) {
+        if (const Note *latest = onlyInFile.take(note.id))
+            merged.notes.push_back(*latest);
     }
 
     DeletionTimes times;
@@ -66,6 +80,55 @@ Merged merge(OnDisk file, const NoteList &notes, const TombstoneList &tombstones
         return std::pair(tombstone.deletedAt, tombstone.id);
     });
     return merged;
+}
+
+bool addsTo(const OnDisk &file, const NoteList &notes, const TombstoneList &tombstones,
+            Instant expiredBefore)
+{
+    QHash<QUuid, Instant> edits;
+    for (const Note &note : file.notes)
+        edits.insert(note.id, note.lastEditedAt);
+    DeletionTimes deletions;
+    add(deletions, file.tombstones);
+
+    const auto isNews = [](const QHash<QUuid, Instant> &known, const QUuid &id, Instant time) {
+        const auto there = known.constFind(id);
+        return there == known.cend() || inFile(time) > *there;
+    };
+    return std::ranges::any_of(notes,
+                               [&](const Note &note) {
+                                   return (note.isPinned || note.createdAt >= expiredBefore) &&
+                                          isNews(edits, note.id, note.lastEditedAt);
+                               }) ||
+           std::ranges::any_of(tombstones, [&](const Tombstone &tombstone) {
+               return isNews(deletions, tombstone.id, tombstone.deletedAt);
+           });
+}
+
+bool isSame(const OnDisk &file, const NoteList &notes, const TombstoneList &tombstones)
+{
+    const auto isOfSameSecond = [](const Note &one, const Note &other) {
+        return inFile(one.lastEditedAt) == inFile(other.lastEditedAt);
+    };
+    if (file.tombstones.size() != tombstones.size() ||
+        !std::ranges::equal(file.notes, notes, isOfSameSecond))
+        return false;
+    QHash<QUuid, const Note *> there;
+    for (const Note &note : file.notes)
+        there.insert(note.id, &note);
+    DeletionTimes deletions;
+    add(deletions, file.tombstones);
+    return std::ranges::all_of(notes,
+                               [&](const Note &note) {
+                                   const Note *other = there.take(note.id);
+                                   return other && isSameEdit(note, *other) &&
+                                          note.isPinned == other->isPinned &&
+                                          inFile(note.createdAt) == inFile(other->createdAt);
+                               }) &&
+           std::ranges::all_of(tombstones, [&](const Tombstone &tombstone) {
+               const auto other = deletions.constFind(tombstone.id);
+               return other != deletions.cend() && inFile(tombstone.deletedAt) == *other;
+           });
 }
 
 bool areAllDeleted(const NoteList &notes, const TombstoneList &tombstones)

@@ -4,15 +4,21 @@
 #include "Platform/Core/MainQueue.h"
 #include "Platform/Core/Observable.h"
 #include "Platform/Storage/CloudDrive.h"
+#include "Platform/Storage/FileWatcher.h"
+#include "Platform/Storage/Files.h"
+
+#include <QSet>
 
 #include <functional>
+#include <map>
 #include <optional>
 
 namespace Brevio {
 
 /// The single owner of all notes: reads the store file when it is made, merges every later reading
 /// with memory, and writes the file shortly after each change, never over one it could not read.
-/// Failures are silent. Main thread only; every call is complete when it returns.
+/// While it cannot write there, it keeps the notes in a private file, "notes.unsaved.json" in the
+/// local folder. Failures are silent. Main thread only; every call is complete when it returns.
 class NoteStore final
 {
 public:
@@ -24,6 +30,11 @@ public:
         const Platform::CloudDrive &cloudDrive;
         QString applicationSupportFolder; ///< the local file is in its subfolder "Brevio"
         QString libraryFolder;
+        /// Begins to watch a folder as FileWatcher::create does; without one nothing is watched.
+        std::function<std::unique_ptr<Platform::FileWatcher>(
+            const QString &folder, std::function<bool(const QString &fileName)> filter,
+            Platform::MainQueue &queue, std::function<void()> onChange)>
+            watch = {};
 
         /// The machine and the user's own folders.
         static Environment standard();
@@ -43,6 +54,8 @@ public:
     /// as it was counts.
     [[nodiscard]] Platform::Subscription onWillChange(std::function<void()> callback);
     [[nodiscard]] Platform::Subscription onChange(std::function<void(const NoteList &)> callback);
+    /// Called after what others wrote into the file has changed the list.
+    [[nodiscard]] Platform::Subscription onMerge(std::function<void()> callback);
 
     /// An empty note at the front; its identifier.
     Identifier newNote();
@@ -66,18 +79,30 @@ public:
     [[nodiscard]] const std::optional<Identifier> &pendingWelcomeID() const { return m_welcomeID; }
     void setPendingWelcomeID(std::optional<Identifier> id) { m_welcomeID = std::move(id); }
 
-    /// Tells the store that another machine may have written the file: merges it in on the next
-    /// turn of the event loop, unless the store itself has just written. Local stores ignore it.
+    /// Tells the store that another machine may have written the file, or a sync client a conflict
+    /// copy beside it: merges them in on the next turn of the event loop. Within half a second of
+    /// a write of the store's own it does nothing; the store looks by itself at the end of that
+    /// time. Local stores ignore it.
     void remoteFileMayHaveChanged();
 
 private:
     enum class FileState { Unread, Absent, Read };
+    static constexpr std::chrono::seconds noteLife = std::chrono::hours(24 * 7);
 
     void resolveLocation();
     [[nodiscard]] QString cloudContainer() const;
+    void startWatching();
+    void reload();
     [[nodiscard]] bool load();
+    bool takeInCopies();
+    void adopt(NoteList merged);
     void save();
+    [[nodiscard]] bool isReadyToWrite();
     [[nodiscard]] bool takesBackNotesOfFile();
+    [[nodiscard]] bool isInPlace(const QByteArray &bytes) const;
+    [[nodiscard]] Platform::Files::Replacement write();
+    void removeCopies();
+    void keepAside();
     void scheduleSave();
     Identifier insertWelcomeNote();
     template <class Change>
@@ -85,16 +110,25 @@ private:
 
     Environment m_environment;
     Platform::Observable<NoteList> m_notes;
+    Platform::Announcer<> m_merged;
     TombstoneList m_tombstones;
     std::optional<Identifier> m_welcomeID;
     QString m_localFolder;
     QString m_path;
+    QString m_unsavedPath;
     bool m_usesCloud = false;
     FileState m_fileState = FileState::Unread;
+    /// The file last read or written; nothing when there was none or it is not known.
+    std::optional<Platform::Files::Identity> m_knownFile;
+    bool m_isFromOthers = false; ///< that file was read, not written by this store
+    /// Files beside the store whose notes memory holds; they go once the store file holds them.
+    std::map<QString, Platform::Files::Identity> m_copies;
+    QSet<Identifier> m_unsavedPins; ///< pins toggled since the last save; a pin has no time
     Platform::Subscription m_saveSubscription;
     Platform::MainQueue::Pending m_pendingSave;
     Platform::MainQueue::Pending m_pendingReload;
     Platform::MainQueue::Pending m_ignoresRemote; ///< pending for a moment after our own write
+    std::unique_ptr<Platform::FileWatcher> m_watcher;
 };
 
 } // namespace Brevio

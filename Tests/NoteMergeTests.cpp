@@ -34,12 +34,6 @@ private Q_SLOTS:
         }
     }
 
-    void theLaterOfTwoCopiesInOneFileStands()
-    {
-        const Note first = noteAt(a, 9s, u"first"_s), second = noteAt(a, 5s, u"second"_s);
-        QCOMPARE(NoteMerge::merge({3, {first, second}, {}}, {}, {}, now).notes, NoteList{second});
-    }
-
     void aDeletionBeatsEarlierEditsOnly()
     {
         for (const int lead : {-1, 0, 1}) {
@@ -63,23 +57,6 @@ private Q_SLOTS:
             const auto merged = NoteMerge::merge({3, {note}, {{a, deletedAt}}}, {}, {}, now);
             QVERIFY(merged.notes.empty());
             QCOMPARE(merged.tombstones.size(), lead > 0 ? 1U : 0U);
-        }
-    }
-
-    void twoSidesMergeWithoutLossInEitherDirection()
-    {
-        const auto id = QUuid::createUuid;
-        const Note onlyHere = noteAt(id(), 1s, u"here"_s), onlyThere = noteAt(id(), 3s, u"there"_s);
-        const Note edited = noteAt(a, 2s, u"edited"_s), stale = noteAt(a, 0s, u"stale"_s);
-        const Note deleted = noteAt(id(), 4s, {});
-        const Tombstone latest{deleted.id, now + 9s}, earlier{deleted.id, now + 6s};
-        const Tombstone other{id(), now + 7s};
-        const OnDisk here{3, {deleted, edited, onlyHere}, {earlier, other}};
-        const OnDisk there{3, {onlyThere, stale}, {latest}};
-        for (const auto &merged : {NoteMerge::merge(here, there.notes, there.tombstones, now),
-                                   NoteMerge::merge(there, here.notes, here.tombstones, now)}) {
-            QCOMPARE(merged.notes, (NoteList{onlyThere, edited, onlyHere}));
-            QCOMPARE(merged.tombstones, (TombstoneList{other, latest}));
         }
     }
 };
