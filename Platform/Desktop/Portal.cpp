@@ -110,7 +110,7 @@ void Portal::request(const QString &interface, const QString &method, const QVar
         if (!watcher->isError())
             return;
         qCInfo(portalLog) << method << "fails:" << watcher->error().message();
-        finish(request, false, {});
+        finish(request, Outcome::Failed, {});
     });
 }
 
@@ -131,17 +131,18 @@ void Portal::respond(const QDBusMessage &message)
 {
     const auto arguments = message.arguments();
     if (arguments.size() == 2)
-        finish(message.path(), arguments[0].toUInt() == granted,
+        finish(message.path(),
+               arguments[0].toUInt() == granted ? Outcome::Granted : Outcome::Refused,
                qdbus_cast<QVariantMap>(arguments[1]));
 }
 
-void Portal::finish(const QString &request, bool isGranted, const QVariantMap &results)
+void Portal::finish(const QString &request, Outcome outcome, const QVariantMap &results)
 {
     m_bus->disconnect(QString(), request, requestInterface, QStringLiteral("Response"), this,
                       SLOT(respond(QDBusMessage)));
     const auto answer = m_answers.extract(request);
     if (!answer.empty())
-        answer.mapped()(isGranted, results);
+        answer.mapped()(outcome, results);
 }
 
 } // namespace Platform

@@ -22,8 +22,9 @@ class Portal final : public QObject
     Q_OBJECT
 
 public:
-    /// `isGranted` is false when the user or the portal refused, or the call failed.
-    using Answer = std::function<void(bool isGranted, const QVariantMap &results)>;
+    /// Failed: there is no such portal, or it took no such call from us; nobody was asked.
+    enum class Outcome { Granted, Refused, Failed };
+    using Answer = std::function<void(Outcome outcome, const QVariantMap &results)>;
 
     static const QString service;
     static const QString path;
@@ -60,7 +61,7 @@ private Q_SLOTS:
 
 private:
     void introduce();
-    void finish(const QString &request, bool isGranted, const QVariantMap &results);
+    void finish(const QString &request, Outcome outcome, const QVariantMap &results);
 
     QString m_applicationId;
     std::unique_ptr<QDBusConnection> m_bus;

@@ -218,9 +218,9 @@ private:
         m_isStarted = true;
         m_portal.request(shortcutsInterface, QStringLiteral("CreateSession"), {},
                          {{QStringLiteral("session_handle_token"), m_portal.newToken()}},
-                         [this, binding](bool isGranted, const QVariantMap &results) {
+                         [this, binding](Portal::Outcome outcome, const QVariantMap &results) {
                              m_session = results.value(QStringLiteral("session_handle")).toString();
-                             if (!isGranted || m_session.isEmpty())
+                             if (outcome != Portal::Outcome::Granted || m_session.isEmpty())
                                  return;
                              m_portal.bus().connect(QString(), m_session, sessionInterface,
                                                     QStringLiteral("Closed"), this,
@@ -233,7 +233,7 @@ private:
     {
         m_portal.request(shortcutsInterface, QStringLiteral("ListShortcuts"),
                          {QVariant::fromValue(QDBusObjectPath(m_session))}, {},
-                         [this](bool, const QVariantMap &results) {
+                         [this](Portal::Outcome, const QVariantMap &results) {
                              adopt(results.value(QStringLiteral("shortcuts")));
                              if (!m_isBound && !m_isRefused)
                                  bind();
@@ -248,8 +248,8 @@ private:
         m_portal.request(shortcutsInterface, QStringLiteral("BindShortcuts"),
                          {QVariant::fromValue(QDBusObjectPath(m_session)),
                           QVariant::fromValue(wanted), QString()},
-                         {}, [this](bool isGranted, const QVariantMap &results) {
-                             m_isRefused = !isGranted;
+                         {}, [this](Portal::Outcome outcome, const QVariantMap &results) {
+                             m_isRefused = outcome != Portal::Outcome::Granted;
                              adopt(results.value(QStringLiteral("shortcuts")));
                              if (m_isRefused)
                                  qCInfo(portalKeysLog) << "the shortcut was refused";

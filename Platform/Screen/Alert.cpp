@@ -1,10 +1,13 @@
 #include "Platform/Screen/Alert.h"
 
 #include <QApplication>
+#include <QEvent>
 #include <QIcon>
 #include <QLabel>
 #include <QMessageBox>
 #include <QPushButton>
+
+#include <utility>
 
 namespace Platform {
 
@@ -30,6 +33,43 @@ void dress(QMessageBox &sheet)
         }
     }
 }
+
+/// Lets the sheet go and come with its window: alone it would not say whose it is, and behind a
+/// window that came back it could not be answered, while that window takes no keys.
+class Attachment final : public QObject
+{
+public:
+    Attachment(QWidget &window, QDialog &sheet)
+        : QObject(&sheet)
+        , m_sheet(sheet)
+    {
+        window.installEventFilter(this);
+    }
+
+protected:
+    bool eventFilter(QObject *, QEvent *event) override
+    {
+        if (event->type() == QEvent::Hide && !event->spontaneous() && m_sheet.isVisible()) {
+            m_hasGone = true;
+            m_sheet.hide();
+        } else if (event->type() == QEvent::Show && std::exchange(m_hasGone, false)) {
+            // Later: the window is going to be raised yet.
+            QMetaObject::invokeMethod(
+                &m_sheet,
+                [&sheet = m_sheet] {
+                    sheet.show();
+                    sheet.raise();
+                    sheet.activateWindow();
+                },
+                Qt::QueuedConnection);
+        }
+        return false;
+    }
+
+private:
+    QDialog &m_sheet;
+    bool m_hasGone = false;
+};
 
 } // namespace
 
@@ -59,6 +99,8 @@ QDialog *showAlert(QWidget *window, const Alert &alert, std::function<void(int)>
                          if (answered)
                              answered(index < 0 ? escape : static_cast<int>(index));
                      });
+    if (window != nullptr)
+        new Attachment(*window, *sheet);
     sheet->open();
     return sheet;
 }

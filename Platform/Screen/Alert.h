@@ -22,10 +22,10 @@ struct Alert
     int escapeButton = 0;
 };
 
-/// Shows the alert as a sheet on the window, which takes no input until it is answered; null shows
-/// it free-standing. Returns the sheet, which deletes itself, at once; `answered`, which may be
-/// empty, is called with the index of the button when the sheet has gone, and never when the window
-/// went first. Main thread only.
+/// Shows the alert as a sheet on the window, which takes no input until it is answered and which it
+/// is hidden and shown with; null shows it free-standing. Returns the sheet, which deletes itself,
+/// at once; `answered`, which may be empty, is called with the index of the button when the sheet
+/// has gone, and never when the window went first. Main thread only.
 QDialog *showAlert(QWidget *window, const Alert &alert,
                    std::function<void(int button)> answered = {});
 
