@@ -22,6 +22,9 @@
 #include "Platform/Screen/Appearance.h"
 #include "Platform/Screen/OrdinaryWindow.h"
 #include "Platform/Screen/Screens.h"
+#include "Platform/Speech/AudioEngine.h"
+#include "Platform/Speech/Permissions.h"
+#include "Platform/Speech/SpeechRecognizer.h"
 #include "Platform/Storage/Folders.h"
 #include "Platform/Storage/UserDefaults.h"
 
@@ -84,10 +87,15 @@ void AppDelegate::applicationDidFinishLaunching(Platform::Instance &instance)
     KeyboardShortcuts::setEnvironment(
         {UserDefaults::standard(), notifications, queue, *m_hotKeys, *m_keyboardLayout});
 
+    m_audioEngine = Platform::AudioEngine::createForDesktop();
+    m_recognizers = Platform::SpeechRecognizers::createForDesktop(UserDefaults::standard(), queue);
+    m_permissions = Platform::Permissions::createForDesktop(
+        UserDefaults::standard(), [this] { return &controller().panel(); });
+
     m_controller = std::make_unique<CardController>(
         *m_store, *m_settings,
         CardController::Services{*m_appearance, queue, *m_screens, UserDefaults::standard(),
-                                 m_spelling.get()});
+                                 *m_audioEngine, *m_recognizers, *m_permissions, m_spelling.get()});
     buildMainMenu();
     matchMenuKeysByPosition();
     KeyboardShortcuts::setMainMenu(m_mainMenu.get());

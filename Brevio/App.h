@@ -10,15 +10,18 @@ class QWidget;
 
 namespace Platform {
 class Appearance;
+class AudioEngine;
 class HotKeys;
 class Instance;
 class KeyboardLayout;
 class LoginItem;
 class MenuTracking;
+class Permissions;
 class Screens;
+class SpeechRecognizers;
+class SpellChecker;
 class StatusItem;
 struct InstanceRequest;
-class SpellChecker;
 } // namespace Platform
 
 namespace Brevio {
@@ -84,6 +87,9 @@ private:
     std::unique_ptr<Platform::HotKeys> m_hotKeys;
     std::unique_ptr<Platform::MenuTracking> m_menuTracking;
     std::unique_ptr<Platform::LoginItem> m_loginItem;
+    std::unique_ptr<Platform::AudioEngine> m_audioEngine;
+    std::unique_ptr<Platform::SpeechRecognizers> m_recognizers;
+    std::unique_ptr<Platform::Permissions> m_permissions;
 
     std::unique_ptr<NoteStore> m_store;
     std::unique_ptr<Settings> m_settings;

@@ -1,7 +1,8 @@
 #include "Brevio/BoundedTextView.h"
 
+#include "Brevio/MicrophoneCursor.h"
+#include "Brevio/TextDifference.h"
 #include "Brevio/TextMeasure.h"
-#include "Platform/Screen/Symbols.h"
 
 #include <QContextMenuEvent>
 #include <QGuiApplication>
@@ -12,7 +13,6 @@
 #include <QScopedValueRollback>
 #include <QScrollBar>
 
-#include <algorithm>
 #include <cmath>
 #include <utility>
 
@@ -20,40 +20,8 @@ namespace Brevio {
 
 namespace {
 
-constexpr double microphonePoints = 18.0;
 /// A pasted text longer than this is first tried by its beginning.
 constexpr qsizetype longPaste = 8192;
-
-QCursor makeMicrophoneCursor(const QColor &tint)
-{
-    const double ratio = qGuiApp->devicePixelRatio();
-    QPixmap image = QPixmap::fromImage(
-        Platform::Symbols::image(QStringLiteral("mic.fill"), microphonePoints, tint, ratio,
-                                 Platform::Symbols::Weight::Semibold));
-    constexpr int center = static_cast<int>(microphonePoints / 2.0);
-    return QCursor(image, center, center);
-}
-
-const QCursor &microphoneCursor(Platform::ColorScheme scheme)
-{
-    static const QCursor light = makeMicrophoneCursor(Qt::black);
-    static const QCursor dark = makeMicrophoneCursor(Qt::white);
-    return scheme == Platform::ColorScheme::Dark ? dark : light;
-}
-
-/// Turns the document's text into another by one edit that touches only where they differ.
-void applyDifference(QTextDocument *document, const QString &from, const QString &to)
-{
-    const auto prefix =
-        std::mismatch(from.begin(), from.end(), to.begin(), to.end()).first - from.begin();
-    const auto suffix =
-        std::mismatch(from.rbegin(), from.rend() - prefix, to.rbegin(), to.rend() - prefix).first -
-        from.rbegin();
-    QTextCursor cursor(document);
-    cursor.setPosition(static_cast<int>(prefix));
-    cursor.setPosition(static_cast<int>(from.size() - suffix), QTextCursor::KeepAnchor);
-    cursor.insertText(to.mid(prefix, to.size() - suffix - prefix));
-}
 
 } // namespace
 
@@ -106,6 +74,27 @@ void BoundedTextView::setText(const QString &text)
     TextMeasure::applyLayout(*document(), font());
     document()->setUndoRedoEnabled(true);
     moveCursor(QTextCursor::End);
+    adopt(text);
+}
+
+void BoundedTextView::updateText(const QString &text)
+{
+    const QScopedValueRollback replacing(m_isReplacing, true);
+    // A cursor of the document's own would select what is added right behind it.
+    QTextCursor cursor = textCursor();
+    const int anchor = cursor.anchor();
+    const int caret = cursor.position();
+    const auto difference = applyDifference(*document(), shownText(), text);
+    document()->clearUndoRedoStacks();
+    cursor.setPosition(static_cast<int>(difference.moved(anchor)));
+    cursor.setPosition(static_cast<int>(difference.moved(caret)), QTextCursor::KeepAnchor);
+    setTextCursor(cursor);
+    adopt(text);
+}
+
+/// The document shows the text now.
+void BoundedTextView::adopt(const QString &text)
+{
     m_seenText = shownText();
     m_givenShown = m_seenText;
     m_given = text;
@@ -290,7 +279,7 @@ void BoundedTextView::rollBack()
         } while (document()->availableUndoSteps() > m_validUndoSteps);
         // Typed characters are one step with the ones before them, which were accepted.
         if (const QString undone = shownText(); undone != m_validText)
-            applyDifference(document(), undone, m_validText);
+            applyDifference(*document(), undone, m_validText);
         document()->clearUndoRedoStacks(QTextDocument::RedoStack);
 
         QTextCursor cursor = textCursor();

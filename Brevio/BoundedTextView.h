@@ -34,6 +34,9 @@ public:
     /// note is continued. Nothing can be undone afterwards: the text before may be another note's.
     /// A refused edit then returns to this text. No callback is called.
     void setText(const QString &text);
+    /// The same for another version of the text shown: the insertion point and the selection stay
+    /// with the characters around them, and what an input method is composing goes on.
+    void updateText(const QString &text);
     /// Makes the text and selection shown now the ones that a refused edit returns to.
     void recordValidState();
 
@@ -74,6 +77,7 @@ protected:
 
 private:
     [[nodiscard]] QString shownText() const;
+    void adopt(const QString &text);
     void editDuring(const std::function<void()> &handleEvent);
     void noticeEdit();
     void judge();

@@ -6,24 +6,17 @@
 #include "Brevio/GridContentView.h"
 #include "Brevio/NoteStore.h"
 #include "Brevio/RootContainer.h"
+#include "Brevio/Speech.h"
 #include "Brevio/ToastView.h"
-#include "KeyboardShortcuts/KeyboardShortcuts.h"
-#include "Platform/Keyboard/EventMonitor.h"
 #include "Platform/Storage/UserDefaults.h"
 
-#include <QPointer>
+#include <QCoreApplication>
 
 namespace Brevio {
 
 namespace {
 
 using Face = RootContainer::Face;
-using Platform::EventVerdict;
-using Platform::KeyEvent;
-
-constexpr int returnKey = 36;
-constexpr int kKey = 40;
-constexpr int escapeKey = 53;
 
 bool isBlank(const QString &text)
 {
@@ -49,6 +42,8 @@ CardController::CardController(NoteStore &store, Settings &settings, const Servi
     , m_grid(new GridContentView(services.appearance, services.queue))
     , m_toast(new ToastView(services.appearance))
     , m_root(new RootContainer(m_content, m_grid, m_toast, services.appearance))
+    , m_dictation(std::make_unique<Dictation>(Dictation::Services{
+          services.audioEngine, services.recognizers, services.permissions, services.queue}))
 {
     m_panel->setContentView(m_root);
     m_content->setWritingAids(services.spelling,
@@ -64,7 +59,10 @@ void CardController::installViewCallbacks()
 {
     // The views are ours and die before we do, so the callbacks need no guard.
     m_panel->windowDidMove = [this] { m_panel->persistOrigin(); };
-    m_content->textView()->textDidChange = [this] { flushTextToStore(); };
+    m_content->textView()->textDidChange = [this] {
+        noteEdit();
+        flushTextToStore();
+    };
     m_content->textView()->onRejectedEdit = [this] { m_panel->shake(); };
     m_content->onGridButtonTapped = [this] {
         if (m_mode == CardMode::Card)
@@ -76,49 +74,18 @@ void CardController::installViewCallbacks()
     m_grid->onThumbPinToggle = [this](const QUuid &id) { toggleThumbPin(id); };
     m_grid->onThumbDelete = [this](const QUuid &id) { deleteFromGrid(id); };
     m_grid->onNewCardTapped = [this] { exitGridMode(std::nullopt, true); };
-}
-
-void CardController::installKeyMonitor()
-{
-    m_keyMonitor = Platform::addLocalMonitor(
-        Platform::EventKind::KeyDown, [this](const Platform::MonitoredEvent &event) {
-            return m_panel->isKeyWindow() ? handleKeyDown(event.key) : EventVerdict::Pass;
-        });
-}
-
-void CardController::registerSummonHotkey()
-{
-    // The module keeps the action for the life of the process.
-    KeyboardShortcuts::onKeyDown(KeyboardShortcuts::Name::summon(), [self = QPointer(this)] {
-        if (self)
-            self->toggleSummon();
-    });
-}
-
-EventVerdict CardController::handleKeyDown(const KeyEvent &event)
-{
-    const bool command = (event.modifiers & Platform::Modifier::Command) != 0;
-    const bool shift = (event.modifiers & Platform::Modifier::Shift) != 0;
-    const bool onCard = m_mode == CardMode::Card;
-
-    if (event.keyCode == escapeKey) {
-        onCard ? discardAndDismiss() : exitGridMode(m_activeNoteID, false);
-        return EventVerdict::Swallow;
-    }
-    if (event.keyCode == returnKey && command) {
-        onCard ? commitAndDismiss() : exitGridMode(m_activeNoteID, false);
-        return EventVerdict::Swallow;
-    }
-    if (event.keyCode == kKey && command && shift) {
-        if (onCard)
-            togglePinOnActive();
-        return EventVerdict::Swallow;
-    }
-    return EventVerdict::Pass;
+    m_dictation->onAuthorizationSettled = [this] { takeKeyboardBack(); };
+    m_dictation->onPartialResult = [this](const QString &text) { applyLivePartial(text); };
+    m_dictation->onFinalResult = [this](const QString &text) { applyFinalResult(text); };
+    m_mergeSubscription = m_store.onMerge([this] { followMerge(); });
+    // Whoever ends the program in the middle of a sentence keeps the first half.
+    connect(QCoreApplication::instance(), &QCoreApplication::aboutToQuit, this,
+            &CardController::endDictation);
 }
 
 void CardController::showFreshCard()
 {
+    endDictation();
     flushTextToStore();
     discardActiveIfEmpty();
     loadFreshCard();
@@ -131,8 +98,7 @@ void CardController::toggleSummon()
         loadFreshCard();
         presentCardFace();
     } else if (!m_panel->isKeyWindow()) {
-        m_panel->makeKeyAndOrderFront();
-        focusFace();
+        takeKeyboardBack();
     } else if (m_mode == CardMode::Card) {
         commitAndDismiss();
     } else {
@@ -186,9 +152,28 @@ void CardController::beginNewNote()
 
 void CardController::setCardText(const QString &text)
 {
+    if (m_dictated)
+        m_dictated->isOnCard = false;
     m_content->textView()->setText(text);
     // Otherwise a refused edit would bring the previous card's text back.
     m_content->textView()->recordValidState();
+}
+
+void CardController::followMerge()
+{
+    if (m_mode == CardMode::Grid)
+        m_grid->reload(m_store.notes(), m_activeNoteID);
+    const auto note = m_activeNoteID ? m_store.note(*m_activeNoteID) : std::nullopt;
+    if (!note)
+        return;
+    showPinOf(*note);
+    if (note->body == m_preDictationBody.value_or(m_content->textView()->text()))
+        return;
+    m_dictated.reset();
+    m_content->textView()->updateText(m_preDictationBody ? moveBase(note->body) : note->body);
+    // A discard takes back what was written here, not what was written elsewhere.
+    m_activeNoteOriginalBody = note->body;
+    m_activeNoteOriginalLastEditedAt = note->lastEditedAt;
 }
 
 void CardController::showPinOf(const Note &note)
@@ -220,6 +205,7 @@ void CardController::discardActiveIfEmpty()
 
 void CardController::commitAndDismiss()
 {
+    endDictation();
     flushTextToStore();
     const bool kept = m_activeNoteID && !isBlank(m_content->textView()->text());
     discardActiveIfEmpty();
@@ -233,6 +219,7 @@ void CardController::commitAndDismiss()
 
 void CardController::discardAndDismiss()
 {
+    dropDictation();
     const QString text = m_content->textView()->text();
     QString message;
     if (m_activeNoteIsNew) {
@@ -263,6 +250,7 @@ void CardController::togglePinOnActive()
 
 void CardController::enterGridMode()
 {
+    endDictation();
     flushTextToStore();
     m_store.purgeExpired();
     m_root->setHidden(Face::Grid, false);
@@ -276,6 +264,7 @@ void CardController::enterGridMode()
 
 void CardController::hide()
 {
+    endDictation();
     flushTextToStore();
     orderOut();
 }
@@ -316,6 +305,14 @@ void CardController::deleteFromGrid(const QUuid &id)
 {
     m_store.deleteNote(id);
     m_grid->animateDelete(id);
+}
+
+void CardController::takeKeyboardBack()
+{
+    if (!m_panel->isVisible() || m_panel->isKeyWindow())
+        return;
+    m_panel->makeKeyAndOrderFront();
+    focusFace();
 }
 
 void CardController::focusFace()

@@ -11,8 +11,11 @@
 
 namespace Platform {
 class Appearance;
+class AudioEngine;
 class MainQueue;
+class Permissions;
 class Screens;
+class SpeechRecognizers;
 class SpellChecker;
 class UserDefaults;
 struct KeyEvent;
@@ -23,6 +26,7 @@ namespace Brevio {
 
 class CardContentView;
 class CardPanel;
+class Dictation;
 class GridContentView;
 class NoteStore;
 class RootContainer;
@@ -49,6 +53,9 @@ public:
         Platform::MainQueue &queue;
         Platform::Screens &screens;
         Platform::UserDefaults &defaults;
+        Platform::AudioEngine &audioEngine;
+        Platform::SpeechRecognizers &recognizers;
+        Platform::Permissions &permissions;
         Platform::SpellChecker *spelling = nullptr; ///< without one nothing is marked
     };
 
@@ -75,6 +82,8 @@ public:
     void discardAndDismiss();
     /// Pins or unpins the active note; nothing on a blank new card.
     void togglePinOnActive();
+    /// Ends a dictation and keeps what was heard. Nothing happens outside one.
+    void endDictation();
     void enterGridMode();
     /// Takes the panel away without a word and keeps what is on the card.
     void hide();
@@ -85,6 +94,19 @@ private:
     void registerSummonHotkey();
 
     Platform::EventVerdict handleKeyDown(const Platform::KeyEvent &event);
+    void handleFlagsChanged(const Platform::KeyEvent &event);
+
+    void beginDictation(bool mayAsk);
+    /// Ends a dictation, if there is one, without a look at what was heard.
+    void dropDictation();
+    void noteEdit();
+    void applyLivePartial(const QString &transcript);
+    /// What was heard to the end, a moment after the dictation.
+    void applyFinalResult(const QString &transcript);
+    [[nodiscard]] bool fitsOnCard(const QString &text) const;
+    /// What the card is to show when another machine changes what stands above what was heard.
+    [[nodiscard]] QString moveBase(const QString &base);
+
     /// Copies the card's text into the active note; the first text that is not blank creates it.
     void flushTextToStore();
     void discardActiveIfEmpty();
@@ -93,6 +115,8 @@ private:
     void loadFreshCard();
     void presentCardFace();
     void setCardText(const QString &text);
+    /// Shows what another machine has changed, without taking anything from under the user's hands.
+    void followMerge();
     void showPinOf(const Note &note);
     /// Leaves the grid for the note, else for the active one, else for a blank card.
     void exitGridMode(std::optional<QUuid> focusing, bool newCard);
@@ -107,6 +131,8 @@ private:
     /// Ends a running fade and leaves every face as it stands between fades.
     void settleFaces();
     void focusFace();
+    /// Nothing happens while the panel is hidden or has it.
+    void takeKeyboardBack();
 
     NoteStore &m_store;
     Settings &m_settings;
@@ -124,7 +150,23 @@ private:
     QString m_activeNoteOriginalBody;           ///< what a discard goes back to
     Instant m_activeNoteOriginalLastEditedAt{}; ///< likewise
 
+    /// Where a dictation that has just ended was spoken.
+    struct Dictated
+    {
+        std::optional<QUuid> note; ///< none when the card had no note yet
+        QString base;              ///< the text when it began
+        QString shown;             ///< and when it ended
+        bool isOnCard = true;      ///< the card still shows it
+    };
+
+    std::unique_ptr<Dictation> m_dictation;
+    bool m_optionHeld = false;
+    std::optional<QString> m_preDictationBody; ///< the card's text when Option went down
+    /// Until its final result, the next dictation, or an edit on the card.
+    std::optional<Dictated> m_dictated;
+
     Platform::Subscription m_keyMonitor;
+    Platform::Subscription m_mergeSubscription;
     Platform::Animation m_fade;          ///< the one running fade of the faces
     Platform::MainQueue::Pending m_hold; ///< the pause in which the toast can be read
 };

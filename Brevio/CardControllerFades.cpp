@@ -74,6 +74,7 @@ void CardController::fadeOutWithToast()
 
 void CardController::orderOut()
 {
+    endDictation(); // begun while a toast faded
     m_panel->orderOut();
     settleFaces();
 }

@@ -45,46 +45,33 @@ private Q_SLOTS:
 
     void cleanup() { m_defaults.reset(); }
 
-    void isPlacedWhereItWasLeftIfThatCanBeSeen_data()
-    {
-        QTest::addColumn<QByteArray>("saved");
-        QTest::addColumn<QPointF>("expected");
-        const auto row = [](const char *name, const char *saved, QPointF origin = centerOfFirst) {
-            QTest::newRow(name) << QByteArray(saved) << origin;
-        };
-        row("fractions", R"({"x": 30.25, "y": 40.5})", {30.25, 40.5});
-        row("an entry more", R"({"x": 30, "y": 40, "z": 1})", {30, 40});
-        row("one column at the left", R"({"x": -459, "y": 40})", {-459, 40});
-        row("one row under the bar", R"({"x": 30, "y": 769})", {30, 769});
-        row("on the other screen", R"({"x": 2000, "y": -190})", {2000, -190});
-
-        row("under the bar only", R"({"x": 30, "y": 770})");
-        row("under the dock and over nothing", R"({"x": 900, "y": -290})");
-        row("no y", R"({"x": 30})");
-        row("a text for a number", R"({"x": "30", "y": 40})");
-        row("an extra entry that is no number", R"({"x": 30, "y": 40, "z": "1"})");
-    }
-
     void isPlacedWhereItWasLeftIfThatCanBeSeen()
     {
-        QFETCH(QByteArray, saved);
-        QFETCH(QPointF, expected);
         m_screens.screens = twoScreens();
-        m_defaults->set(originKey, json(saved.constData()));
-        CardPanel panel = makePanel();
-        QCOMPARE(panel.origin(), expected);
-        QVERIFY(!panel.isVisible());
+        for (const auto &[saved, origin] :
+             {std::pair(R"({"x": 30.25, "y": 40.5, "z": 1})", QPointF(30.25, 40.5)),
+              {R"({"x": -459, "y": 40})", {-459, 40}}, // one column is visible
+              {R"({"x": 30, "y": 769})", {30, 769}},   // one row
+              {R"({"x": 2000, "y": -190})", {2000, -190}},
+              {R"({"x": 30, "y": 770})", centerOfFirst},   // under the bar
+              {R"({"x": 900, "y": -290})", centerOfFirst}, // under the dock and over nothing
+              {R"({"x": 30})", centerOfFirst},
+              {R"({"x": "30", "y": 40})", centerOfFirst},
+              {R"({"x": 30, "y": 40, "z": "1"})", centerOfFirst}}) {
+            m_defaults->set(originKey, json(saved));
+            const CardPanel panel = makePanel();
+            QCOMPARE(panel.origin(), origin);
+            QVERIFY(!panel.isVisible());
+        }
     }
 
     void isCenteredOnTheScreenUnderThePointer()
     {
         CardPanel panel = makePanel();
-        const QPointF centerOfSecond(2130 - 230, 300 - 140);
+        m_screens.screens = twoScreens();
         for (const auto &[mouse, center] : {std::pair(QPointF(1279, 5), centerOfFirst),
-                                            {QPointF(1280, 5), centerOfSecond},
-                                            {QPointF(1300, -200), centerOfSecond}, // under a dock
-                                            {QPointF(5, -50), centerOfFirst}}) {   // nowhere
-            m_screens.screens = twoScreens();
+                                            {QPointF(1280, 5), QPointF(2130 - 230, 300 - 140)},
+                                            {QPointF(5, -50), centerOfFirst}}) { // nowhere
             m_screens.mouse = mouse;
             panel.restoreOrigin();
             QCOMPARE(panel.origin(), center);

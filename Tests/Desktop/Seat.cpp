@@ -6,6 +6,7 @@
 #include <cstdlib>
 
 #include <xcb/xcb.h>
+#include <xcb/xfixes.h>
 #include <xcb/xtest.h>
 #include <xkbcommon/xkbcommon.h>
 
@@ -22,7 +23,7 @@ struct FreeReply
 /// The reply, or null; errors are dropped, because windows come and go while a test looks.
 #define REPLY(name, connection, ...)                                                               \
     std::unique_ptr<name##_reply_t, FreeReply>(                                                    \
-        name##_reply(connection, name(connection, __VA_ARGS__), nullptr))
+        name##_reply(connection, name(connection __VA_OPT__(, ) __VA_ARGS__), nullptr))
 
 const QHash<QByteArray, const char *> modifierKeys = {
     {"ctrl", "Control_L"}, {"shift", "Shift_L"}, {"alt", "Alt_L"}};
@@ -224,9 +225,7 @@ std::vector<std::uint32_t> Seat::property(Window window, const char *name) const
 
 Seat::Window Seat::focus() const
 {
-    auto *c = m_connection->raw;
-    const std::unique_ptr<xcb_get_input_focus_reply_t, FreeReply> reply(
-        xcb_get_input_focus_reply(c, xcb_get_input_focus(c), nullptr));
+    const auto reply = REPLY(xcb_get_input_focus, m_connection->raw);
     return reply ? reply->focus : 0;
 }
 
@@ -316,4 +315,20 @@ QColor Seat::pixel(QPoint position) const
 {
     const auto image = picture(QRect(position, QSize(1, 1)));
     return image.isNull() ? QColor() : image.pixelColor(0, 0);
+}
+
+QImage Seat::cursorImage() const
+{
+    auto *c = m_connection->raw;
+    // The server answers no other question of this kind before this one.
+    const auto version = REPLY(xcb_xfixes_query_version, c, XCB_XFIXES_MAJOR_VERSION, 0);
+    const auto reply = REPLY(xcb_xfixes_get_cursor_image, c);
+    if (!version || !reply)
+        return {};
+    const auto *pixels = xcb_xfixes_get_cursor_image_cursor_image(reply.get());
+    QImage image = QImage(reinterpret_cast<const uchar *>(pixels), reply->width, reply->height,
+                          QImage::Format_ARGB32_Premultiplied)
+                       .copy();
+    image.setOffset({reply->xhot, reply->yhot});
+    return image;
 }

@@ -62,6 +62,8 @@ public:
     // Pixels.
     [[nodiscard]] QColor pixel(QPoint position) const;
     [[nodiscard]] QImage picture(QRect part) const;
+    /// The pointer as it looks now, which no picture shows; its hot spot is the image's offset.
+    [[nodiscard]] QImage cursorImage() const;
 
 private:
     struct Connection;

@@ -1,0 +1,233 @@
+#include "Tests/Desktop/Session.h"
+
+#include <QDir>
+#include <QFile>
+#include <QJsonDocument>
+#include <QSet>
+#include <QTest>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr auto aMoment = std::chrono::milliseconds(700); // longer than a save and its echo
+constexpr auto remoteLimit = std::chrono::milliseconds(300);
+
+QByteArray contentOf(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+void overwrite(const QString &path, const QByteArray &content)
+{
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::WriteOnly) && file.write(content) == content.size());
+}
+
+/// As a sync client puts a file there: whole, in one step.
+void putInPlace(const QString &path, const QByteArray &content)
+{
+    const QString temporary = QFileInfo(path).path() + u"/.part"_s;
+    overwrite(temporary, content);
+    QCOMPARE(::rename(qPrintable(temporary), qPrintable(path)), 0);
+}
+
+/// A person's machine whose folder "Sync" is shared.
+struct Machine
+{
+    Machine()
+        : session({}, [](Desktop &desktop) {
+            Session::leaveEmptyStore(desktop);
+            const QString folder = desktop.home() + u"/Sync"_s;
+            QDir().mkpath(folder);
+            desktop.write(desktop.defaultsPath(),
+                          QJsonDocument(QJsonObject{{u"brevio.cloudFolder"_s, folder}}).toJson());
+        })
+    {}
+
+    [[nodiscard]] QDir folder() const
+    {
+        return {session.desktop.home() + u"/Sync/Brevio/Documents"_s};
+    }
+    [[nodiscard]] QString store() const { return folder().filePath(u"notes.json"_s); }
+    [[nodiscard]] QSet<QString> bodies() const
+    {
+        QSet<QString> bodies;
+        const auto file = QJsonDocument::fromJson(contentOf(store())).object();
+        for (const auto &note : file.value(u"notes").toArray())
+            bodies << note.toObject().value(u"body").toString();
+        return bodies;
+    }
+    [[nodiscard]] bool holds(const QSet<QString> &expected)
+    {
+        return waitUntil([&] { return bodies() == expected; });
+    }
+    /// Whether the file stays like this for a moment.
+    [[nodiscard]] bool isSettled(const QByteArray &content) const
+    {
+        return !waitUntil([&] { return contentOf(store()) != content; }, aMoment);
+    }
+    [[nodiscard]] bool write(const QString &text)
+    {
+        return session.summon() && session.seat.type(text) && session.seat.press("ctrl+Return") &&
+               session.cardIsGone();
+    }
+
+    Session session;
+};
+
+/// Keeps two folders alike when it is told to. What changed on one side only goes to the other;
+/// what changed on both stays on the one, and becomes a conflict copy on the other.
+class SyncTool
+{
+public:
+    SyncTool(const QDir &one, const QDir &other)
+        : m_one(one)
+        , m_other(other)
+    {}
+
+    /// Until nothing has moved for a while: the programs answer what they are given.
+    [[nodiscard]] bool settle()
+    {
+        auto moved = Clock::now();
+        return waitUntil([&] {
+            if (pass())
+                moved = Clock::now();
+            return Clock::now() - moved > 2 * aMoment;
+        });
+    }
+
+private:
+    bool pass()
+    {
+        QStringList names = m_one.entryList(QDir::Files) + m_other.entryList(QDir::Files);
+        names.removeDuplicates();
+        bool hasMoved = false;
+        for (const QString &name : std::as_const(names))
+            hasMoved |= pass(name);
+        return hasMoved;
+    }
+
+    bool pass(const QString &name)
+    {
+        const QByteArray one = contentOf(m_one.filePath(name));
+        const QByteArray other = contentOf(m_other.filePath(name));
+        const QByteArray last = std::exchange(m_last[name], one);
+        if (one == other)
+            return false;
+        if (other == last) {
+            deliver(m_other.filePath(name), one);
+        } else if (one == last) {
+            m_last[name] = other;
+            deliver(m_one.filePath(name), other);
+        } else {
+            const auto stamp = u".sync-conflict-20250314-0926%1-ABCDEFG.json"_s;
+            deliver(m_other.filePath(u"notes"_s + stamp.arg(10 + m_conflicts++)), other);
+            deliver(m_other.filePath(name), one);
+        }
+        return true;
+    }
+
+    static void deliver(const QString &path, const QByteArray &content)
+    {
+        if (content.isEmpty())
+            QFile::remove(path);
+        else
+            putInPlace(path, content);
+    }
+
+    QDir m_one;
+    QDir m_other;
+    std::map<QString, QByteArray> m_last;
+    int m_conflicts = 0;
+};
+
+} // namespace
+
+class SyncTests final : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void twoMachinesConvergeAndLoseNothing()
+    {
+        Machine desk;
+        Machine lap;
+        QVERIFY(desk.session.isReady() && lap.session.isReady());
+        // The file that was here before the folder was shared went along.
+        QVERIFY(QFile::exists(desk.store()) && QFile::exists(lap.store()));
+
+        // Both write before they have heard of each other.
+        QVERIFY(desk.write(u"desk one"_s) && lap.write(u"lap one"_s));
+        QVERIFY(desk.holds({u"desk one"_s}) && lap.holds({u"lap one"_s}));
+        SyncTool tool(desk.folder(), lap.folder());
+        QVERIFY(tool.settle());
+        QVERIFY(desk.holds({u"desk one"_s, u"lap one"_s}));
+        QCOMPARE(contentOf(desk.store()), contentOf(lap.store()));
+
+        // And again, with a history.
+        QVERIFY(desk.write(u"desk two"_s) && lap.write(u"lap two"_s));
+        QVERIFY(waitUntil([&] { return desk.bodies().size() == 3 && lap.bodies().size() == 3; }));
+        QVERIFY(tool.settle());
+        QVERIFY(lap.holds({u"desk one"_s, u"lap one"_s, u"desk two"_s, u"lap two"_s}));
+        QCOMPARE(contentOf(desk.store()), contentOf(lap.store()));
+        for (const Machine *machine : {&desk, &lap})
+            QCOMPARE(machine->folder().entryList(QDir::Files | QDir::Hidden),
+                     QStringList{u"notes.json"_s}); // the conflict copies were taken in
+    }
+
+    void aRemoteChangeMeetsWhatIsOpen()
+    {
+        Machine desk;
+        QVERIFY(desk.session.isReady());
+        Session &session = desk.session;
+        QVERIFY(session.summon());
+        session.seat.type(u"hello"_s);
+        QVERIFY(desk.holds({u"hello"_s}));
+        QVERIFY(desk.isSettled(contentOf(desk.store())));
+        // Another machine's note arrives in the middle of a sentence.
+        const auto remote = QJsonDocument::fromJson(Session::storeOf({u"remote"_s})).object();
+        putInPlace(desk.store(), QJsonDocument(remote).toJson());
+        session.seat.type(u" world"_s);
+        QVERIFY(desk.holds({u"hello world"_s, u"remote"_s}));
+
+        // The open grid shows it, and takes one more in while it is looked at.
+        QVERIFY(session.openGrid());
+        QVERIFY(desk.isSettled(contentOf(desk.store())));
+        const QPoint secondRow = session.on(tileCenter(3) - QPoint(0, 30));
+        QVERIFY(session.seat.pixel(secondRow) == creamInLight);
+        auto file = QJsonDocument::fromJson(contentOf(desk.store())).object();
+        auto notes = file.value(u"notes").toArray();
+        const auto more =
+            QJsonDocument::fromJson(Session::storeOf({u"more"_s, u"and more"_s})).object();
+        for (const auto &note : more.value(u"notes").toArray())
+            notes.append(note);
+        file.insert(u"notes"_s, notes);
+        const auto arrival = Clock::now();
+        putInPlace(desk.store(), QJsonDocument(file).toJson());
+        QVERIFY(waitUntil([&] { return session.seat.pixel(secondRow) != creamInLight; }));
+        QVERIFY(Clock::now() - arrival < 2 * remoteLimit); // the limit, and a slow machine
+    }
+
+    void aTornFileIsNeitherTakenNorOverwritten()
+    {
+        Machine desk;
+        QVERIFY(desk.session.isReady());
+        QVERIFY(desk.write(u"before"_s));
+        QVERIFY(desk.holds({u"before"_s}));
+        QVERIFY(desk.isSettled(contentOf(desk.store())));
+        const QByteArray whole = Session::storeOf({u"from elsewhere"_s});
+        const QByteArray half = whole.first(whole.size() / 2);
+        overwrite(desk.store(), half); // in place, as some clients do
+        QVERIFY(desk.write(u"meanwhile"_s));
+        QVERIFY(desk.isSettled(half));
+        overwrite(desk.store(), whole);
+        QVERIFY(desk.holds({u"before"_s, u"meanwhile"_s, u"from elsewhere"_s}));
+    }
+};
+
+QTEST_GUILESS_MAIN(SyncTests)
+#include "SyncTests.moc"
