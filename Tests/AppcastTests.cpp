@@ -46,12 +46,8 @@ private Q_SLOTS:
         const auto own = item("1.5", "url=", "s:os='Linux' url=");
         QCOMPARE(newest(item("1.0") + another + own + "<item><title>News</title></item>").version,
                  QVersionNumber(1, 5));
-        const auto named = [&](const QByteArray &name) {
-            return newest(item("7", "url=", "s:shortVersionString='" + name + "' url="));
-        };
-        QCOMPARE(named("2.0 beta").shownVersion, QStringLiteral("2.0 beta"));
-        QCOMPARE(named("2&lt;b>").shownVersion,
-                 QStringLiteral("7")); // a label would take it for HTML
+        const auto html = item("7", "url=", "s:shortVersionString='2&lt;b>' url=");
+        QCOMPARE(newest(html).shownVersion, QStringLiteral("7")); // a label would show it as HTML
     }
 
     void notesAreShownAsText()
@@ -92,12 +88,9 @@ private Q_SLOTS:
         refuse("no release", feed({}), AppcastRefusal::NothingHere);
 
         bad("no version", "s:version='1.0'", "");
-        bad("a version with a sign", "'1.0'", "'1.+2'");
         bad("an endless version", "'1.0'", "'" + QByteArray("1.").repeated(999) + "1'");
         bad("plain http on this machine, from elsewhere", "https://a.example", "http://127.0.0.1");
         bad("a user's name", "//a", "//me@a");
-        bad("an endless address", "b.deb", QByteArray(3000, 'b'));
-        bad("a length of nothing", "'12'", "'0'");
         bad("a length with a sign", "'12'", "'+12'");
         bad("an absurd length", "'12'", "'67108865'");
         bad("a signature a byte long", signature, QByteArray(65, 'k').toBase64());

@@ -91,13 +91,13 @@ private Q_SLOTS:
     void aPinnedTileHasADotInItsCornerAndTheActiveOneARing()
     {
         auto tile = tileReading(u" "_qs);
-        const QImage plain = painted(tile);
+        const QImage plain = painted(tile, ColorScheme::Dark);
         tile.setNote(Note{.id = QUuid::createUuid(), .body = u" "_qs, .isPinned = true});
         tile.setActive(true);
         const QImage marked = painted(tile, ColorScheme::Dark);
-        QCOMPARE(at(plain, 132, 7).rgb(), NoteThumbView::thumbFill().light.rgb());
+        QCOMPARE(at(plain, 132, 7).rgb(), NoteThumbView::thumbFill().dark.rgb());
         QCOMPARE(at(marked, 132, 7).rgb(), Platform::systemYellow().dark.rgb());
-        QVERIFY(at(marked, 70, 0) != at(painted(tileReading(u" "_qs), ColorScheme::Dark), 70, 0));
+        QVERIFY(at(marked, 70, 0) != at(plain, 70, 0));
     }
 };
 

@@ -1,4 +1,3 @@
-#include "KeyboardShortcuts/NSMenuItem++.h"
 #include "KeyboardShortcuts/Recorder.h"
 #include "Tests/Support/ShortcutsFixture.h"
 
@@ -22,11 +21,10 @@ struct Scene
     explicit Scene(const Recorder &row)
     {
         auto *layout = new QVBoxLayout(&window);
-        layout->addWidget(before = new QPushButton(u"&Nothing"_s));
+        layout->addWidget(before = new QPushButton);
         layout->addWidget(recorder = row.makeControl(&window));
         layout->addWidget(after = new QPushButton);
         window.addAction(u"Item"_s, Qt::CTRL | Qt::Key_N, &window, [this] { ++triggered; });
-        QObject::connect(before, &QPushButton::pressed, &window, [this] { ++triggered; });
         activate();
     }
 
@@ -122,7 +120,6 @@ private Q_SLOTS:
         };
         row("a combination", int(Qt::META) | int(Qt::ALT) | Qt::Key_N, u"⌃⌥N"_s, false);
         row("an item elsewhere", int(Qt::CTRL) | Qt::Key_N, u"⌘N"_s, false);
-        row("a mnemonic elsewhere", int(Qt::ALT) | Qt::Key_N, u"⌥N"_s, false);
         row("shift and a function key", int(Qt::SHIFT) | Qt::Key_F5, u"⇧F5"_s, false);
         row("shift and a letter", int(Qt::SHIFT) | Qt::Key_N, u"="_s, true);
         row("a digit of the keypad", int(Qt::KeypadModifier) | Qt::Key_5, u"="_s, true);
@@ -150,21 +147,18 @@ private Q_SLOTS:
     {
         int runs = 0;
         onKeyDown(Name::summon(), [&] { ++runs; });
-        start();
-        s->press(Qt::Key_N, Qt::MetaModifier | Qt::AltModifier);
-        QCOMPARE(*Name::summon().shortcut(), Shortcut(45, 6144));
+        for (int round = 0; round < 2; ++round) {
+            start();
+            f->hotKeys.press({45, Modifier::Control | Modifier::Option});
+            s->press(Qt::Key_N, Qt::MetaModifier | Qt::AltModifier);
+            QVERIFY(!isRecording());
+        }
+        QCOMPARE(runs, 0); // the old one is out of force while the new one is recorded
         f->hotKeys.press({45, Modifier::Control | Modifier::Option});
-        start();
-        f->hotKeys.press({45, Modifier::Control | Modifier::Option});
-        QVERIFY(isRecording());
-        s->press(Qt::Key_N, Qt::MetaModifier | Qt::AltModifier);
         QCOMPARE(runs, 1);
-        QVERIFY(!isRecording());
         QCOMPARE(m_changes, QStringList({u"⌃⌥N"_s, u"⌃⌥N"_s}));
         Name::summon().setShortcut(Shortcut(Key::k, Modifier::Command));
         QCOMPARE(s->recorder->text(), u"⌘K"_s);
-        s->recorder->setShortcutName(Name(u"other"_s));
-        QCOMPARE(s->recorder->text(), QString());
     }
 
     void theKeyboardAloneGetsInAndOut()
@@ -203,16 +197,13 @@ private Q_SLOTS:
         QTRY_VERIFY(!isRecording());
         s->activate();
         start();
-        s->recorder->hide();
-        s->recorder->show();
-        start();
         s->recorder->setParent(&other);
         QVERIFY(!isRecording());
         s.emplace(Recorder(Name::summon()));
         start();
         s.reset();
         QVERIFY(!isPaused());
-        QCOMPARE(m_activity, u"+-+-+-+-+-"_s);
+        QCOMPARE(m_activity, u"+-+-+-+-"_s);
         s.emplace(Recorder(Name::summon()));
         start();
         dropEnvironment(); // before the windows go, as at the program's end
@@ -225,14 +216,12 @@ private Q_SLOTS:
         inner->addAction(u"&Kill && Quit"_s)->setShortcut(Qt::CTRL | Qt::Key_K);
         setMainMenu(&menu);
         start();
+        s->press(Qt::Key_K, ctrlAlt); // the modifiers have to be the same
+        QCOMPARE(m_changes, QStringList(u"⌥⌘K"_s));
+        start();
         s->press(Qt::Key_K, Qt::ControlModifier);
         QVERIFY(!isRecording());
         QVERIFY(s->alert()->text().contains(u"“Kill & Quit”"_s));
-        s->alert()->buttons().constFirst()->click();
-        s->activate(); // as a window manager does
-        QVERIFY(isRecording());
-        s->press(Qt::Key_K, ctrlAlt); // the modifiers have to be the same
-        QCOMPARE(m_changes, QStringList(u"⌥⌘K"_s));
     }
 
     void aCombinationOfTheDesktopOrOfAnotherProgramCanBeForced()
@@ -276,21 +265,6 @@ private Q_SLOTS:
         QVERIFY(buttons[0]->isHidden());
         buttons[1]->click();
         QVERIFY(f->hotKeys.takeLog().endsWith(u"configure"));
-        Name::summon().setShortcut(std::nullopt);
-        buttons[1]->click(); // there is nothing yet that the desktop could be asked to change
-        QCOMPARE(Name::summon().shortcut(), Name::summon().defaultShortcut());
-    }
-
-    void aMenuItemFollowsItsNameOnTheQueue()
-    {
-        QAction item;
-        setShortcutFor(item, Name::summon());
-        Name::summon().setShortcut(Shortcut(Key::k, Modifier::Control));
-        QCOMPARE(item.shortcut(), QKeySequence(u"Ctrl+Shift+Space"_s));
-        f->queue.runPosted();
-        QCOMPARE(item.shortcut(), QKeySequence(u"Meta+K"_s));
-        setShortcutFor(item, std::nullopt);
-        QVERIFY(item.shortcut().isEmpty());
     }
 };
 

@@ -1,8 +1,11 @@
+#include "Platform/Storage/Files.h"
 #include "Tests/Desktop/Session.h"
 #include "Tests/Desktop/StatusHost.h"
 
 #include <QFileInfo>
 #include <QTest>
+
+#include <thread>
 
 using namespace Qt::StringLiterals;
 
@@ -19,10 +22,10 @@ const auto commands = QStringList{u"New Card"_s, u"Show All Cards"_s, u"Pin Acti
                                   u""_s,         u"Quit Brevio"_s};
 const QColor tileInLight(251, 246, 230);
 
-QByteArray contentOf(const QString &path)
+/// True once the preferences have the keyboard.
+bool preferencesComeUp(Session &session)
 {
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    return session.desktop.waitForFocus(session.desktop.waitForWindow(u"Brevio Preferences"_s));
 }
 
 /// Starts the program once more; true when that start has ended well and the preferences of the
@@ -31,13 +34,17 @@ bool openAgain(Session &session)
 {
     const auto second = session.desktop.startBrevio();
     return second->waitForEnd() && second->exitCode() == 0 && session.brevio->isRunning() &&
-           session.desktop.waitForFocus(session.desktop.waitForWindow(u"Brevio Preferences"_s));
+           preferencesComeUp(session);
 }
 
+/// Slowly enough that the toolkit does not take a press for the repetition of the one before it.
 void press(Session &session, const char *key, int times)
 {
-    for (int i = 0; i < times; ++i)
+    constexpr auto betweenKeys = std::chrono::milliseconds(20);
+    for (int i = 0; i < times; ++i) {
         session.seat.press(key);
+        std::this_thread::sleep_for(betweenKeys);
+    }
 }
 
 } // namespace
@@ -47,18 +54,9 @@ class ApplicationTests final : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void aSecondStartShowsThePreferencesOfTheFirst_data()
-    {
-        QTest::addColumn<SessionBus>("bus");
-        QTest::addColumn<WindowManager>("manager");
-        QTest::newRow("over the session bus") << SessionBus::Private << WindowManager::Xfwm4;
-        QTest::newRow("without a bus") << SessionBus::None << WindowManager::Openbox;
-    }
     void aSecondStartShowsThePreferencesOfTheFirst()
     {
-        QFETCH(SessionBus, bus);
-        QFETCH(WindowManager, manager);
-        Session session({.windowManager = manager, .sessionBus = bus});
+        Session session({.sessionBus = SessionBus::None});
         QVERIFY(session.isReady());
         QVERIFY(session.summon());
         session.seat.type(u"a"_s);
@@ -86,9 +84,6 @@ private Q_SLOTS:
         QVERIFY(session.isReady());
         QCOMPARE(host.waitForItem().value(u"title").toString(), u"Brevio"_s);
         QCOMPARE(host.labels(), commands);
-        const auto summonKeys = [&] { return host.menu().first().toObject().value(u"shortcut"); };
-        QCOMPARE(summonKeys(), (QJsonArray{QJsonArray{u"Control"_s, u"Shift"_s, u"Space"_s}}));
-
         QVERIFY(host.choose(commands[0]));
         QVERIFY(session.cardIsUp());
         session.seat.type(u"a"_s);
@@ -108,8 +103,7 @@ private Q_SLOTS:
 
         // Restored in the open grid, which the preferences cover until they are put away.
         QVERIFY(host.choose(commands[4]));
-        QVERIFY(
-            session.desktop.waitForFocus(session.desktop.waitForWindow(u"Brevio Preferences"_s)));
+        QVERIFY(preferencesComeUp(session));
         press(session, "Tab", restoreButton);
         session.seat.press("space");
         QVERIFY(waitUntil([&] { return session.desktop.notes().size() == 2; }));
@@ -124,9 +118,6 @@ private Q_SLOTS:
         session.seat.press("Escape");
         QVERIFY(waitUntil([&] { return session.preferences() == 0; }));
         QVERIFY(gridShows());
-        QVERIFY(waitUntil([&] {
-            return session.seat.pixel(session.on(tileCenter(1) + QPoint(0, 30))) == tileInLight;
-        }));
 
         QVERIFY(host.choose(commands[7]));
         QVERIFY(session.brevio->waitForEnd());
@@ -140,17 +131,14 @@ private Q_SLOTS:
         QVERIFY(session.isReady());
         QVERIFY(session.summon());
         session.seat.type(u"ab"_s);
-        for (const char *key : {"ctrl+a", "ctrl+x", "ctrl+v", "ctrl+v"})
+        for (const char *key : {"ctrl+a", "ctrl+x", "ctrl+v", "ctrl+v", "ctrl+z"})
             session.seat.press(key);
-        QVERIFY(session.storeHolds({u"abab"_s}));
-        session.seat.press("ctrl+z");
         QVERIFY(session.storeHolds({u"ab"_s}));
         session.seat.press("ctrl+shift+z");
         QVERIFY(session.storeHolds({u"abab"_s}));
 
         session.seat.press("ctrl+comma");
-        QVERIFY(
-            session.desktop.waitForFocus(session.desktop.waitForWindow(u"Brevio Preferences"_s)));
+        QVERIFY(preferencesComeUp(session));
         session.seat.press("ctrl+h");
         QVERIFY(waitUntil([&] { return session.preferences() == 0; }));
         QVERIFY(session.cardIsGone());
@@ -175,42 +163,31 @@ private Q_SLOTS:
         QVERIFY(!QFile::exists(entry));
         QVERIFY(openAgain(session));
         press(session, "Tab", loginSwitch);
-        session.seat.press("space");
-        QVERIFY(waitUntil([&] { return QFile::exists(entry); }));
+        for (const bool isOn : {true, false, true}) {
+            session.seat.press("space");
+            QVERIFY(waitUntil([&] { return QFile::exists(entry) == isOn; }));
+        }
         QVERIFY(waitUntil([&] {
             return session.desktop.defaults().value(u"brevio.startAtLogin") == QJsonValue(true);
         }));
         QCOMPARE(session.desktop.defaults().value(u"brevio.showInMenuBar"), QJsonValue(true));
 
         // Switched off in the session's settings, the next launch leaves it so.
-        const QByteArray switchedOff = contentOf(entry).replace("Hidden=false", "Hidden=true");
+        const auto switchedOff =
+            Platform::Files::read(entry).value().replace("Hidden=false", "Hidden=true");
         QVERIFY(switchedOff.contains("Hidden=true"));
         session.desktop.write(entry, switchedOff);
         session.seat.press("ctrl+q");
         QVERIFY(session.brevio->waitForEnd());
         session.startBrevio();
         QVERIFY(session.isReady());
-        QCOMPARE(contentOf(entry), switchedOff);
-        // Our own switch has the last word, in both directions.
-        QVERIFY(openAgain(session));
-        press(session, "Tab", loginSwitch);
-        const auto flipTo = [&](bool on) {
-            session.seat.press("space");
-            return waitUntil([&] {
-                return session.desktop.defaults().value(u"brevio.startAtLogin") == QJsonValue(on);
-            });
-        };
-        QVERIFY(flipTo(false));
-        QCOMPARE(contentOf(entry), switchedOff);
-        QVERIFY(flipTo(true));
-        QVERIFY(contentOf(entry).contains("Hidden=false"));
-        QVERIFY(flipTo(false));
-        QVERIFY(!QFile::exists(entry));
+        QCOMPARE(Platform::Files::read(entry), switchedOff);
     }
 
     void aRecordedShortcutWorksAtOnceAndEverywhere()
     {
         Session session;
+        StatusHost host(session.desktop);
         QVERIFY(session.isReady());
         QVERIFY(openAgain(session));
         press(session, "Tab", recorder);
@@ -223,15 +200,23 @@ private Q_SLOTS:
         QVERIFY(session.desktop.waitForFocus(session.preferences()));
         session.seat.press("ctrl+alt+n");
         QVERIFY(waitUntil([&] { return session.seat.isTaken("ctrl+alt+n"); }));
-        QVERIFY(!session.seat.isTaken("ctrl+shift+space"));
+        // The old one is given up in a request of its own.
+        QVERIFY(waitUntil([&] { return !session.seat.isTaken("ctrl+shift+space"); }));
         QVERIFY(waitUntil([&] {
             return session.desktop.defaults().value(u"KeyboardShortcuts_summon").toString() ==
                    QStringLiteral(R"({"carbonKeyCode":45,"carbonModifiers":2304})");
         }));
+        QCOMPARE(host.menu().first().toObject().value(u"shortcut"),
+                 (QJsonArray{QJsonArray{u"Control"_s, u"Alt"_s, u"N"_s}}));
         session.seat.press("Escape");
         QVERIFY(waitUntil([&] { return session.preferences() == 0; }));
         session.seat.press("ctrl+alt+n");
         QVERIFY(session.cardIsUp());
+        session.seat.press("ctrl+q");
+        QVERIFY(session.brevio->waitForEnd());
+        session.startBrevio();
+        QVERIFY(waitUntil([&] { return session.seat.isTaken("ctrl+alt+n"); }));
+        QVERIFY(!session.seat.isTaken("ctrl+shift+space"));
     }
 };
 

@@ -83,8 +83,11 @@ private Q_SLOTS:
         QFile file(path);
         QVERIFY(file.open(QIODevice::ReadOnly));
         QCOMPARE(file.readAll(), content);
+        // What was written meanwhile is kept beside it.
         QCOMPARE(QFileInfo(path).dir().entryList(QDir::Files | QDir::System | QDir::Hidden),
-                 QStringList{u"notes.json"_s});
+                 QStringList({u"notes.json"_s, u"notes.unsaved.json"_s}));
+        QFile unsaved(QFileInfo(path).dir().filePath(u"notes.unsaved.json"_s));
+        QVERIFY(unsaved.open(QIODevice::ReadOnly) && unsaved.readAll().contains(word.toUtf8()));
     }
 
     void defaultsThatMakeNoSenseDoNotStopTheStart_data()
