@@ -2,11 +2,11 @@
 
 #include "Brevio/BoundedTextView.h"
 #include "Brevio/CardContentView.h"
+#include "Brevio/CardDictation.h"
 #include "Brevio/CardPanel.h"
 #include "Brevio/GridContentView.h"
 #include "Brevio/NoteStore.h"
 #include "Brevio/RootContainer.h"
-#include "Brevio/Speech.h"
 #include "Brevio/ToastView.h"
 #include "Platform/Storage/UserDefaults.h"
 
@@ -42,8 +42,9 @@ CardController::CardController(NoteStore &store, Settings &settings, const Servi
     , m_grid(new GridContentView(services.appearance, services.queue))
     , m_toast(new ToastView(services.appearance))
     , m_root(new RootContainer(m_content, m_grid, m_toast, services.appearance))
-    , m_dictation(std::make_unique<Dictation>(Dictation::Services{
-          services.audioEngine, services.recognizers, services.permissions, services.queue}))
+    , m_dictation(std::make_unique<CardDictation>(
+          *m_content->textView(), Dictation::Services{services.audioEngine, services.recognizers,
+                                                      services.permissions, services.queue}))
 {
     m_panel->setContentView(m_root);
     m_content->setWritingAids(services.spelling,
@@ -60,7 +61,7 @@ void CardController::installViewCallbacks()
     // The views are ours and die before we do, so the callbacks need no guard.
     m_panel->windowDidMove = [this] { m_panel->persistOrigin(); };
     m_content->textView()->textDidChange = [this] {
-        noteEdit();
+        m_dictation->noteEdit();
         flushTextToStore();
     };
     m_content->textView()->onRejectedEdit = [this] { m_panel->shake(); };
@@ -74,18 +75,23 @@ void CardController::installViewCallbacks()
     m_grid->onThumbPinToggle = [this](const QUuid &id) { toggleThumbPin(id); };
     m_grid->onThumbDelete = [this](const QUuid &id) { deleteFromGrid(id); };
     m_grid->onNewCardTapped = [this] { exitGridMode(std::nullopt, true); };
+    m_dictation->onText = [this](const QString &text) {
+        storeText(text);
+        followStore(); // the grid may be open by now
+    };
+    m_dictation->onLateText = [this](const auto &note, const QString &before,
+                                     const QString &after) { storeLateText(note, before, after); };
+    m_dictation->onRefused = [this] { m_panel->shake(); };
     m_dictation->onAuthorizationSettled = [this] { takeKeyboardBack(); };
-    m_dictation->onPartialResult = [this](const QString &text) { applyLivePartial(text); };
-    m_dictation->onFinalResult = [this](const QString &text) { applyFinalResult(text); };
-    m_mergeSubscription = m_store.onMerge([this] { followMerge(); });
+    m_mergeSubscription = m_store.onMerge([this] { followStore(); });
     // Whoever ends the program in the middle of a sentence keeps the first half.
     connect(QCoreApplication::instance(), &QCoreApplication::aboutToQuit, this,
-            &CardController::endDictation);
+            [this] { m_dictation->end(); });
 }
 
 void CardController::showFreshCard()
 {
-    endDictation();
+    m_dictation->end();
     flushTextToStore();
     discardActiveIfEmpty();
     loadFreshCard();
@@ -130,11 +136,12 @@ void CardController::loadNote(const QUuid &id)
         beginNewNote();
         return;
     }
+    leaveNote();
     m_activeNoteID = id;
     m_activeNoteIsNew = false;
     m_activeNoteOriginalBody = note->body;
     m_activeNoteOriginalLastEditedAt = note->lastEditedAt;
-    setCardText(note->body);
+    m_content->textView()->setText(note->body);
     showPinOf(*note);
 }
 
@@ -142,24 +149,21 @@ void CardController::beginNewNote()
 {
     flushTextToStore();
     discardActiveIfEmpty();
-    m_activeNoteID.reset();
+    leaveNote();
     m_activeNoteIsNew = true;
     m_activeNoteOriginalBody.clear();
     m_activeNoteOriginalLastEditedAt = Instant::min();
-    setCardText({});
+    m_content->textView()->setText({});
     m_content->setPinIndicatorHidden(true);
 }
 
-void CardController::setCardText(const QString &text)
+void CardController::leaveNote()
 {
-    if (m_dictated)
-        m_dictated->isOnCard = false;
-    m_content->textView()->setText(text);
-    // Otherwise a refused edit would bring the previous card's text back.
-    m_content->textView()->recordValidState();
+    m_dictation->leaveNote(m_activeNoteID);
+    m_activeNoteID.reset();
 }
 
-void CardController::followMerge()
+void CardController::followStore()
 {
     if (m_mode == CardMode::Grid)
         m_grid->reload(m_store.notes(), m_activeNoteID);
@@ -167,10 +171,8 @@ void CardController::followMerge()
     if (!note)
         return;
     showPinOf(*note);
-    if (note->body == m_preDictationBody.value_or(m_content->textView()->text()))
+    if (!m_dictation->followNote(note->body))
         return;
-    m_dictated.reset();
-    m_content->textView()->updateText(m_preDictationBody ? moveBase(note->body) : note->body);
     // A discard takes back what was written here, not what was written elsewhere.
     m_activeNoteOriginalBody = note->body;
     m_activeNoteOriginalLastEditedAt = note->lastEditedAt;
@@ -183,13 +185,27 @@ void CardController::showPinOf(const Note &note)
 
 void CardController::flushTextToStore()
 {
-    const QString text = m_content->textView()->text();
+    storeText(m_content->textView()->text());
+}
+
+void CardController::storeText(const QString &text)
+{
     if (!m_activeNoteID) {
         if (isBlank(text))
             return;
         m_activeNoteID = m_store.newNote();
     }
     m_store.setBody(*m_activeNoteID, text);
+}
+
+void CardController::storeLateText(const std::optional<QUuid> &id, const QString &before,
+                                   const QString &after)
+{
+    if (!id)
+        m_store.setBody(m_store.newNote(), after);
+    else if (const auto note = m_store.note(*id); note && note->body.startsWith(before))
+        m_store.setBody(*id, after + note->body.mid(before.size()));
+    followStore();
 }
 
 void CardController::discardActiveIfEmpty()
@@ -205,12 +221,12 @@ void CardController::discardActiveIfEmpty()
 
 void CardController::commitAndDismiss()
 {
-    endDictation();
+    m_dictation->end();
     flushTextToStore();
     const bool kept = m_activeNoteID && !isBlank(m_content->textView()->text());
     discardActiveIfEmpty();
-    m_activeNoteID.reset();
-    setCardText({});
+    leaveNote();
+    m_content->textView()->setText({});
     if (kept)
         showToastAndDismiss(tr("Note saved"));
     else
@@ -219,7 +235,7 @@ void CardController::commitAndDismiss()
 
 void CardController::discardAndDismiss()
 {
-    dropDictation();
+    m_dictation->drop();
     const QString text = m_content->textView()->text();
     QString message;
     if (m_activeNoteIsNew) {
@@ -231,8 +247,8 @@ void CardController::discardAndDismiss()
         m_store.revert(*m_activeNoteID, m_activeNoteOriginalBody, m_activeNoteOriginalLastEditedAt);
         message = tr("Changes discarded");
     }
-    m_activeNoteID.reset();
-    setCardText({});
+    leaveNote();
+    m_content->textView()->setText({});
     if (message.isEmpty())
         orderOut();
     else
@@ -250,7 +266,7 @@ void CardController::togglePinOnActive()
 
 void CardController::enterGridMode()
 {
-    endDictation();
+    m_dictation->end();
     flushTextToStore();
     m_store.purgeExpired();
     m_root->setHidden(Face::Grid, false);
@@ -264,7 +280,7 @@ void CardController::enterGridMode()
 
 void CardController::hide()
 {
-    endDictation();
+    m_dictation->end();
     flushTextToStore();
     orderOut();
 }

@@ -25,8 +25,8 @@ enum class EventVerdict;
 namespace Brevio {
 
 class CardContentView;
+class CardDictation;
 class CardPanel;
-class Dictation;
 class GridContentView;
 class NoteStore;
 class RootContainer;
@@ -82,8 +82,6 @@ public:
     void discardAndDismiss();
     /// Pins or unpins the active note; nothing on a blank new card.
     void togglePinOnActive();
-    /// Ends a dictation and keeps what was heard. Nothing happens outside one.
-    void endDictation();
     void enterGridMode();
     /// Takes the panel away without a word and keeps what is on the card.
     void hide();
@@ -96,27 +94,21 @@ private:
     Platform::EventVerdict handleKeyDown(const Platform::KeyEvent &event);
     void handleFlagsChanged(const Platform::KeyEvent &event);
 
-    void beginDictation(bool mayAsk);
-    /// Ends a dictation, if there is one, without a look at what was heard.
-    void dropDictation();
-    void noteEdit();
-    void applyLivePartial(const QString &transcript);
-    /// What was heard to the end, a moment after the dictation.
-    void applyFinalResult(const QString &transcript);
-    [[nodiscard]] bool fitsOnCard(const QString &text) const;
-    /// What the card is to show when another machine changes what stands above what was heard.
-    [[nodiscard]] QString moveBase(const QString &base);
-
     /// Copies the card's text into the active note; the first text that is not blank creates it.
     void flushTextToStore();
+    void storeText(const QString &text);
+    /// Puts words that were recognised late into the note that the card has left, or a new one.
+    void storeLateText(const std::optional<QUuid> &id, const QString &before, const QString &after);
     void discardActiveIfEmpty();
     void loadNote(const QUuid &id);
     void beginNewNote();
     void loadFreshCard();
     void presentCardFace();
-    void setCardText(const QString &text);
-    /// Shows what another machine has changed, without taking anything from under the user's hands.
-    void followMerge();
+    /// From here on the card edits no note.
+    void leaveNote();
+    /// Shows what has changed in the store but not on the card, without taking anything from under
+    /// the user's hands.
+    void followStore();
     void showPinOf(const Note &note);
     /// Leaves the grid for the note, else for the active one, else for a blank card.
     void exitGridMode(std::optional<QUuid> focusing, bool newCard);
@@ -150,20 +142,8 @@ private:
     QString m_activeNoteOriginalBody;           ///< what a discard goes back to
     Instant m_activeNoteOriginalLastEditedAt{}; ///< likewise
 
-    /// Where a dictation that has just ended was spoken.
-    struct Dictated
-    {
-        std::optional<QUuid> note; ///< none when the card had no note yet
-        QString base;              ///< the text when it began
-        QString shown;             ///< and when it ended
-        bool isOnCard = true;      ///< the card still shows it
-    };
-
-    std::unique_ptr<Dictation> m_dictation;
     bool m_optionHeld = false;
-    std::optional<QString> m_preDictationBody; ///< the card's text when Option went down
-    /// Until its final result, the next dictation, or an edit on the card.
-    std::optional<Dictated> m_dictated;
+    std::unique_ptr<CardDictation> m_dictation;
 
     Platform::Subscription m_keyMonitor;
     Platform::Subscription m_mergeSubscription;

@@ -4,6 +4,7 @@
 #include "Brevio/CardController.h"
 
 #include "Brevio/CardContentView.h"
+#include "Brevio/CardDictation.h"
 #include "Brevio/CardPanel.h"
 #include "Brevio/RootContainer.h"
 #include "Brevio/ToastView.h"
@@ -74,7 +75,7 @@ void CardController::fadeOutWithToast()
 
 void CardController::orderOut()
 {
-    endDictation(); // begun while a toast faded
+    m_dictation->end(); // begun while a toast faded
     m_panel->orderOut();
     settleFaces();
 }

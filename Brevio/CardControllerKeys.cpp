@@ -2,8 +2,8 @@
 
 #include "Brevio/CardController.h"
 
+#include "Brevio/CardDictation.h"
 #include "Brevio/CardPanel.h"
-#include "Brevio/Speech.h"
 #include "KeyboardShortcuts/KeyboardShortcuts.h"
 #include "Platform/Keyboard/EventMonitor.h"
 
@@ -81,13 +81,13 @@ void CardController::handleFlagsChanged(const KeyEvent &event)
     if (!isHeld) {
         // Also when the keyboard is elsewhere by now: nothing listens behind the user's back.
         if (std::exchange(m_optionHeld, false))
-            endDictation();
+            m_dictation->end();
     } else if (m_optionHeld) {
         if (!isAlone && m_dictation->asksFirst())
             m_dictation->callOff();
     } else if (m_mode == CardMode::Card && m_panel->isKeyWindow()) {
         m_optionHeld = true;
-        beginDictation(isAlone);
+        m_dictation->begin(isAlone);
     }
 }
 

@@ -6,6 +6,7 @@
 #include "Platform/Speech/SpeechRecognizer.h"
 #include "Platform/Speech/SpeechRequest.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace Brevio {
@@ -22,6 +23,13 @@ constexpr std::size_t tapBufferSize   = 1024;  // samples, 64 ms
 // clang-format on
 
 } // namespace
+
+/// One stretch of sound on its way to becoming text.
+struct Dictation::Recording
+{
+    Report onFinalResult;
+    std::unique_ptr<Platform::SpeechTask> task; ///< its handler refers to this
+};
 
 Dictation::Dictation(const Services &services)
     : m_services(services)
@@ -105,8 +113,7 @@ void Dictation::settleAuthorization(bool isGranted)
 
 void Dictation::startInternal()
 {
-    m_task.reset();
-    m_finishingTask.reset();
+    m_recording.reset();
     auto recognizer = m_services.recognizers.recognizer(Platform::userLanguages().constFirst());
     if (!recognizer)
         recognizer = m_services.recognizers.recognizer(QStringLiteral("en-US"));
@@ -133,49 +140,48 @@ void Dictation::listen()
         m_request.reset();
         return;
     }
-    m_task = m_recognizer->recognitionTask(
-        m_request, [this](const Platform::SpeechResult &result) { handle(result); });
+    m_recording = std::make_unique<Recording>();
+    m_recording->task = m_recognizer->recognitionTask(
+        m_request, [this, recording = m_recording.get()](const Platform::SpeechResult &result) {
+            handle(*recording, result);
+        });
 }
 
-void Dictation::handle(const Platform::SpeechResult &result)
+void Dictation::handle(Recording &recording, const Platform::SpeechResult &result)
 {
     const bool isOver = result.isFinal || result.hasFailed;
-    if (m_finishingTask) {
-        if (!isOver)
-            return;
+    if (&recording == m_recording.get()) {
         if (!result.hasFailed) {
             m_transcript = result.transcript;
-            if (onFinalResult)
-                onFinalResult(m_transcript);
+            if (onPartialResult)
+                onPartialResult(m_transcript);
         }
-        return;
+        if (isOver) {
+            closeMicrophone();
+            m_recording.reset();
+        }
+    } else if (isOver) {
+        const Report report = std::move(recording.onFinalResult);
+        std::erase_if(m_finishing, [&](const auto &other) { return other.get() == &recording; });
+        if (!result.hasFailed)
+            report(result.transcript);
     }
-    if (!result.hasFailed) {
-        m_transcript = result.transcript;
-        if (onPartialResult)
-            onPartialResult(m_transcript);
-    }
-    if (isOver)
-        closeMicrophone();
 }
 
-QString Dictation::stop()
+QString Dictation::stop(Report onFinalResult)
 {
     m_isWanted = false;
     m_announced.reset();
-    const QString transcript = m_transcript;
     closeMicrophone();
     if (m_request)
         m_request->endAudio();
-    if (m_task)
-        m_finishingTask = std::move(m_task);
     m_request.reset();
-    return transcript;
-}
-
-void Dictation::dropFinalResult()
-{
-    m_finishingTask.reset();
+    if (m_recording && onFinalResult) {
+        m_recording->onFinalResult = std::move(onFinalResult);
+        m_finishing.push_back(std::move(m_recording));
+    }
+    m_recording.reset();
+    return m_transcript;
 }
 
 void Dictation::closeMicrophone()

@@ -6,6 +6,7 @@
 
 #include <functional>
 #include <memory>
+#include <vector>
 
 namespace Platform {
 class AudioEngine;
@@ -13,7 +14,6 @@ class Permissions;
 class SpeechRecognizer;
 class SpeechRecognizers;
 class SpeechRequest;
-class SpeechTask;
 struct SpeechResult;
 } // namespace Platform
 
@@ -37,6 +37,8 @@ public:
         Platform::MainQueue &queue;
     };
 
+    using Report = std::function<void(const QString &transcript)>;
+
     explicit Dictation(const Services &services);
     ~Dictation();
     Dictation(const Dictation &) = delete;
@@ -51,10 +53,9 @@ public:
     void callOff();
     /// Ends the dictation and closes the microphone; the latest transcript, which is the previous
     /// dictation's when this one could not begin. What the recogniser makes of the sound it still
-    /// has comes through onFinalResult, unless another dictation begins first.
-    QString stop();
-    /// After stop(): nothing comes any more.
-    void dropFinalResult();
+    /// has goes to onFinalResult later, once, even when the next dictation is under way by then;
+    /// not when nothing was recorded or the recogniser fails. Without one that sound is dropped.
+    QString stop(Report onFinalResult = {});
 
     /// Whether start() would have to ask the user something.
     [[nodiscard]] bool asksFirst() const;
@@ -64,17 +65,17 @@ public:
     /// The user has answered, if there was anything to ask; the questions had the keyboard.
     std::function<void()> onAuthorizationSettled;
     /// Each with the whole transcript so far, while the dictation lasts.
-    std::function<void(const QString &transcript)> onPartialResult;
-    /// The whole transcript once more, complete; once after stop(), not after a failure.
-    std::function<void(const QString &transcript)> onFinalResult;
+    Report onPartialResult;
 
 private:
+    struct Recording;
+
     void requestAuthorization();
     void settleAuthorization(bool isGranted);
     void startInternal();
     void listen();
     void closeMicrophone();
-    void handle(const Platform::SpeechResult &result);
+    void handle(Recording &recording, const Platform::SpeechResult &result);
 
     Services m_services;
     AuthState m_authState = AuthState::Unknown;
@@ -84,8 +85,8 @@ private:
     Platform::MainQueue::Pending m_announced; ///< what callOff() calls off
     std::shared_ptr<Platform::SpeechRecognizer> m_recognizer;
     std::shared_ptr<Platform::SpeechRequest> m_request;
-    std::unique_ptr<Platform::SpeechTask> m_task;
-    std::unique_ptr<Platform::SpeechTask> m_finishingTask; ///< of the dictation before
+    std::unique_ptr<Recording> m_recording;
+    std::vector<std::unique_ptr<Recording>> m_finishing; ///< ended, but not yet recognised
     std::shared_ptr<void> m_life; ///< what answers that may come too late hold weakly
 };
 

@@ -183,6 +183,34 @@ private Q_SLOTS:
         QCOMPARE(card.text().text(), u"Two words\nThree"_qs);
     }
 
+    void lastWordsReachTheirPlaceAboveWhatIsSaidNext()
+    {
+        const QStringList all{u"One\nTwo words\nThree words"_qs};
+        Card card;
+        card.type(QStringLiteral("One"));
+        card.say(QStringLiteral("Two"));
+        card.hold();
+        card.recognizer().report(QStringLiteral("Three"));
+        card.recognizer().finish(QStringLiteral("Two words"), 1);
+        QCOMPARE(card.text().text(), u"One\nTwo words\nThree"_qs);
+        QCOMPARE(card.bodies(), QStringList{u"One\nTwo words"_qs});
+        card.recognizer().report(QStringLiteral("Three words"));
+        card.release();
+        QCOMPARE(card.bodies(), all);
+
+        // Also when both are still missing as the card is kept.
+        card.discard();
+        card.wait(longEnough);
+        card.summon();
+        card.type(QStringLiteral("One"));
+        card.say(QString());
+        card.say(QStringLiteral("Three"));
+        card.keep();
+        card.recognizer().finish(QStringLiteral("Two words"), 1);
+        card.recognizer().finish(QStringLiteral("Three words"));
+        QCOMPARE(card.bodies(), all);
+    }
+
     void typingGoesOnMeanwhile()
     {
         Card card;

@@ -75,10 +75,10 @@ public:
         return std::make_unique<Task>(tasks.back());
     }
 
-    // The inspection side. The latest task reports; nothing happens when it is over.
+    // The inspection side. The latest task reports, or one before it; nothing when it is over.
 
     void report(const QString &transcript) { send({transcript}); }
-    void finish(const QString &transcript) { send({transcript, true}); }
+    void finish(const QString &transcript, int before = 0) { send({transcript, true}, before); }
     void fail() { send({{}, true, true}); }
 
     bool available = true;
@@ -98,9 +98,9 @@ private:
         std::shared_ptr<Recognition> m_recognition;
     };
 
-    void send(const Platform::SpeechResult &result)
+    void send(const Platform::SpeechResult &result, int before = 0)
     {
-        const auto task = tasks.back();
+        const auto task = *(tasks.rbegin() + before);
         const Handler handler = task->handler; // it may cancel the task
         if (result.isFinal)
             task->handler = nullptr;
