@@ -72,7 +72,7 @@ private:
     [[nodiscard]] bool fits(const QString &text) const;
 
     BoundedTextView &m_textView;
-    std::optional<QString> m_preDictationBody; ///< the card's text when Option went down
+    std::optional<QString> m_preDictationBody;   ///< the card's text when Option went down
     std::vector<std::weak_ptr<Spoken>> m_spoken; ///< oldest first; each lives until its last words
     Dictation m_dictation;
 };

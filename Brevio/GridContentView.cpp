@@ -86,9 +86,18 @@ void GridContentView::reload(const NoteList &notes, const std::optional<QUuid> &
         return one->lastEditedAt > other->lastEditedAt;
     });
 
+    // The ring stays with its note, or on the plus behind the last.
+    std::optional<Note> ringed;
+    if (m_focusedTile && *m_focusedTile < static_cast<int>(thumbs().size()))
+        ringed = thumbs()[static_cast<std::size_t>(*m_focusedTile)]->note();
+    const bool isOnPlus = m_focusedTile && !ringed;
+    m_focusedTile = isOnPlus ? std::optional(static_cast<int>(ordered.size())) : std::nullopt;
+
     GridDocument::Thumbs made;
     made.reserve(ordered.size());
     for (const Note *note : ordered) {
+        if (ringed && ringed->id == note->id)
+            m_focusedTile = static_cast<int>(made.size());
         auto thumb = makeThumb(*note);
         thumb->setActive(activeID && *activeID == note->id);
         made.push_back(std::move(thumb));
@@ -99,7 +108,6 @@ void GridContentView::reload(const NoteList &notes, const std::optional<QUuid> &
             callback();
     };
     m_document.setTiles(std::move(made), std::move(newCard));
-    m_focusedTile.reset();
     layoutThumbs();
     m_scrollBar->setOffset(m_savedScrollOffsetY);
     GridAccessibility::tilesChanged(this);

@@ -212,6 +212,12 @@ private Q_SLOTS:
         grid->animateDelete(notes[0].id);
         queue.advance(1s);
         QCOMPARE(grid->focusedTile(), 2);
+        // A note from another machine comes before it; then its own goes.
+        grid->reload(notes, {});
+        QCOMPARE(grid->focusedTile(), 3);
+        notes.erase(notes.begin() + 3);
+        grid->reload(notes, {});
+        QCOMPARE(grid->focusedTile(), std::nullopt);
     }
 
     void aScreenReaderHearsEveryTile()
