@@ -150,9 +150,6 @@ void CardController::beginNewNote()
     flushTextToStore();
     discardActiveIfEmpty();
     leaveNote();
-    m_activeNoteIsNew = true;
-    m_activeNoteOriginalBody.clear();
-    m_activeNoteOriginalLastEditedAt = Instant::min();
     m_content->textView()->setText({});
     m_content->setPinIndicatorHidden(true);
 }
@@ -161,6 +158,9 @@ void CardController::leaveNote()
 {
     m_dictation->leaveNote(m_activeNoteID);
     m_activeNoteID.reset();
+    m_activeNoteIsNew = true;
+    m_activeNoteOriginalBody.clear();
+    m_activeNoteOriginalLastEditedAt = Instant::min();
 }
 
 void CardController::followStore()

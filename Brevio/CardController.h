@@ -104,7 +104,7 @@ private:
     void beginNewNote();
     void loadFreshCard();
     void presentCardFace();
-    /// From here on the card edits no note.
+    /// From here on the card edits no note; the next text on it makes a new one.
     void leaveNote();
     /// Shows what has changed in the store but not on the card, without taking anything from under
     /// the user's hands.

@@ -62,6 +62,11 @@ private Q_SLOTS:
                 QCOMPARE(after->createdAt, before.createdAt);
                 QCOMPARE(after->lastEditedAt > before.lastEditedAt, hasNewTime);
             }
+            if (toast.isEmpty())
+                continue;
+            card.type(QStringLiteral("new")); // while the toast still shows
+            card.discard();
+            QCOMPARE(card.bodies(), QStringList{body});
         }
     }
 
