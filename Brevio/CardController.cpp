@@ -54,7 +54,11 @@ CardController::CardController(NoteStore &store, Settings &settings, const Servi
     registerSummonHotkey();
 }
 
-CardController::~CardController() = default;
+CardController::~CardController()
+{
+    // What is still being composed is committed as the panel goes, which outlives the dictation.
+    m_content->textView()->textDidChange = nullptr;
+}
 
 void CardController::installViewCallbacks()
 {
