@@ -83,8 +83,9 @@ void CardController::installViewCallbacks()
         storeText(text);
         followStore(); // the grid may be open by now
     };
-    m_dictation->onLateText = [this](const auto &note, const QString &before,
-                                     const QString &after) { storeLateText(note, before, after); };
+    m_dictation->onLateText = [this](const auto &note, const Correction &correction) {
+        return storeLateText(note, correction);
+    };
     m_dictation->onRefused = [this] { m_panel->shake(); };
     m_dictation->onAuthorizationSettled = [this] { takeKeyboardBack(); };
     m_mergeSubscription = m_store.onMerge([this] { followStore(); });
@@ -202,14 +203,31 @@ void CardController::storeText(const QString &text)
     m_store.setBody(*m_activeNoteID, text);
 }
 
-void CardController::storeLateText(const std::optional<QUuid> &id, const QString &before,
-                                   const QString &after)
+std::optional<QUuid> CardController::storeLateText(const std::optional<QUuid> &id,
+                                                   const Correction &correction)
 {
-    if (!id)
-        m_store.setBody(m_store.newNote(), after);
-    else if (const auto note = m_store.note(*id); note && note->body.startsWith(before))
-        m_store.setBody(*id, after + note->body.mid(before.size()));
+    if (id && id == m_activeNoteID) {
+        if (!m_dictation->correct(correction))
+            return std::nullopt;
+        // The words were kept before the card was opened again, which a discard goes back to.
+        const auto note = m_store.note(*id);
+        if (note && correction.applyTo(m_activeNoteOriginalBody))
+            m_activeNoteOriginalLastEditedAt = note->lastEditedAt;
+        return id;
+    }
+    QString body = correction.before;
+    if (id) {
+        const auto note = m_store.note(*id);
+        if (!note)
+            return std::nullopt;
+        body = note->body;
+    }
+    if (!correction.applyTo(body))
+        return std::nullopt;
+    const QUuid stored = id ? *id : m_store.newNote();
+    m_store.setBody(stored, body);
     followStore();
+    return stored;
 }
 
 void CardController::discardActiveIfEmpty()

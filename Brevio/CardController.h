@@ -32,6 +32,7 @@ class NoteStore;
 class RootContainer;
 class Settings;
 class ToastView;
+struct Correction;
 
 /// Which face the panel shows.
 enum class CardMode { Card, Grid };
@@ -98,7 +99,8 @@ private:
     void flushTextToStore();
     void storeText(const QString &text);
     /// Puts words that were recognised late into the note that the card has left, or a new one.
-    void storeLateText(const std::optional<QUuid> &id, const QString &before, const QString &after);
+    std::optional<QUuid> storeLateText(const std::optional<QUuid> &id,
+                                       const Correction &correction);
     void discardActiveIfEmpty();
     void loadNote(const QUuid &id);
     void beginNewNote();

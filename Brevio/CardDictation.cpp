@@ -15,16 +15,24 @@ QString joined(const QString &base, const QString &transcript)
     return base.isEmpty() || transcript.isEmpty() ? base + transcript : base + u'\n' + transcript;
 }
 
-void replaceStart(QString &text, const QString &before, const QString &after)
-{
-    if (text.startsWith(before))
-        text.replace(0, before.size(), after);
-}
-
 } // namespace
+
+bool Correction::applyTo(QString &text) const
+{
+    const QString below = text.mid(before.size());
+    if (!text.startsWith(before) ||
+        !(before.isEmpty() || below.isEmpty() || below.startsWith(u'\n')))
+        return false;
+    if (before.isEmpty())
+        text = joined(after, below);
+    else
+        text = after.isEmpty() ? below.mid(1) : after + below;
+    return true;
+}
 
 CardDictation::CardDictation(BoundedTextView &textView, const Dictation::Services &services)
     : m_textView(textView)
+    , m_place(std::make_shared<Place::element_type>())
     , m_dictation(services)
 {
     m_dictation.onAuthorizationSettled = [this] { onAuthorizationSettled(); };
@@ -45,6 +53,7 @@ void CardDictation::end()
         return;
     m_textView.setDictating(false);
     const auto spoken = std::make_shared<Spoken>();
+    spoken->place = m_place;
     spoken->base = *std::exchange(m_preDictationBody, std::nullopt);
     spoken->shown = m_textView.text();
     std::erase_if(m_spoken, [](const auto &other) { return other.expired(); });
@@ -79,7 +88,6 @@ bool CardDictation::followNote(const QString &body)
     const QString before = m_preDictationBody.value_or(shown);
     if (body == before)
         return false;
-    settleOnCard();
     QString text = body;
     if (m_preDictationBody) {
         const QString heard = shown.mid(before.isEmpty() ? 0 : before.size() + 1);
@@ -93,9 +101,25 @@ bool CardDictation::followNote(const QString &body)
 
 void CardDictation::leaveNote(const std::optional<QUuid> &id)
 {
-    for (const auto &pending : m_spoken)
-        if (const auto spoken = pending.lock(); spoken && std::exchange(spoken->isOnCard, false))
-            spoken->note = id;
+    *m_place = id;
+    m_place = std::make_shared<Place::element_type>();
+}
+
+bool CardDictation::correct(const Correction &correction)
+{
+    // Option may be down again, and more have been heard below.
+    QString text = m_textView.text();
+    if (!correction.applyTo(text) || !fits(text))
+        return false;
+    const bool isAtEnd = m_textView.textCursor().atEnd() && !m_textView.textCursor().hasSelection();
+    m_textView.updateText(text);
+    if (isAtEnd)
+        m_textView.moveCursor(QTextCursor::End);
+    if (m_preDictationBody)
+        (void)correction.applyTo(*m_preDictationBody);
+    followCorrection(m_place, correction);
+    onText(m_preDictationBody.value_or(text));
+    return true;
 }
 
 void CardDictation::applyLivePartial(const QString &transcript)
@@ -111,38 +135,33 @@ void CardDictation::applyLivePartial(const QString &transcript)
 
 void CardDictation::applyFinalResult(const Spoken &spoken, const QString &transcript)
 {
-    const QString before = spoken.shown;
-    const QString after = joined(spoken.base, transcript);
-    if (spoken.isSettled || after == before || !fits(after))
+    const Correction correction{spoken.shown, joined(spoken.base, transcript)};
+    if (spoken.isSettled || correction.after == correction.before || !fits(correction.after))
         return;
-    if (!spoken.isOnCard) {
-        // Without a note each gets one of its own.
-        onLateText(spoken.note, before, after);
-    } else {
-        // Option may be down again, and more have been heard below.
-        QString text = m_textView.text();
-        replaceStart(text, before, after);
-        if (!fits(text))
-            return;
-        m_textView.setText(text);
-        if (m_preDictationBody)
-            replaceStart(*m_preDictationBody, before, after);
-        onText(m_preDictationBody.value_or(text));
+    if (spoken.place == m_place) {
+        (void)correct(correction);
+    } else if (const auto note = onLateText(*spoken.place, correction)) {
+        *spoken.place = note;
+        followCorrection(spoken.place, correction);
     }
-    // What was spoken below it meanwhile stands on these words.
+}
+
+/// What was spoken below it meanwhile stands on the corrected words.
+void CardDictation::followCorrection(const Place &place, const Correction &correction)
+{
     for (const auto &pending : m_spoken) {
         const auto later = pending.lock();
-        if (later && later->isOnCard == spoken.isOnCard && later->note == spoken.note) {
-            replaceStart(later->base, before, after);
-            replaceStart(later->shown, before, after);
-        }
+        if (!later || (later->place != place && !(*place && *later->place == *place)))
+            continue;
+        (void)correction.applyTo(later->base);
+        (void)correction.applyTo(later->shown);
     }
 }
 
 void CardDictation::settleOnCard()
 {
     for (const auto &pending : m_spoken)
-        if (const auto spoken = pending.lock(); spoken && spoken->isOnCard)
+        if (const auto spoken = pending.lock(); spoken && spoken->place == m_place)
             spoken->isSettled = true;
 }
 

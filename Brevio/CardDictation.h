@@ -10,6 +10,17 @@ namespace Brevio {
 
 class BoundedTextView;
 
+/// What the last words make of the text they were spoken into.
+struct Correction
+{
+    QString before;
+    QString after;
+
+    /// Also of a text that has got more lines below. False, and nothing happens, when it does not
+    /// start with those lines: somebody has written there since.
+    [[nodiscard]] bool applyTo(QString &text) const;
+};
+
 /// What is spoken into the card while Option is held. Shows it live, below the text that was
 /// there, and hands the text over to be stored when the key comes up. The recogniser's last words
 /// come a moment later and find their way to where they were spoken, whatever the card shows by
@@ -42,13 +53,15 @@ public:
     [[nodiscard]] bool followNote(const QString &body);
     /// The card is about to show something else; none when its text has no note.
     void leaveNote(const std::optional<QUuid> &id);
+    /// Corrects the text on the card and has it stored. False, and nothing happens, when the text
+    /// is another by now or would not fit.
+    bool correct(const Correction &correction);
 
     /// The card has a text to be stored: the whole of it, but for what is still being heard.
     std::function<void(const QString &text)> onText;
-    /// The last words for a text that has left the card. The note holds the old text, unless it
-    /// was edited since; none when the old text was blank and has no note.
-    std::function<void(const std::optional<QUuid> &note, const QString &oldText,
-                       const QString &newText)>
+    /// The last words for a text that has left the card; no note when it was blank. The note that
+    /// holds them now; none when they came to nothing.
+    std::function<std::optional<QUuid>(const std::optional<QUuid> &note, const Correction &)>
         onLateText;
     /// What was heard does not fit on the card.
     std::function<void()> onRefused;
@@ -56,22 +69,26 @@ public:
     std::function<void()> onAuthorizationSettled;
 
 private:
+    /// The note of a text that has left the card; see leaveNote().
+    using Place = std::shared_ptr<std::optional<QUuid>>;
+
     /// Words that were spoken, as far as the recogniser was when the key came up.
     struct Spoken
     {
-        QString base;              ///< the text when Option went down
-        QString shown;             ///< and when it came up
-        bool isOnCard = true;      ///< the card has not changed to another note since
-        bool isSettled = false;    ///< somebody has written since: the words stay as shown
-        std::optional<QUuid> note; ///< once it has left the card; see leaveNote()
+        Place place;
+        QString base;           ///< the text when Option went down
+        QString shown;          ///< and when it came up
+        bool isSettled = false; ///< the user has gone on since: the words stay as shown
     };
 
     void applyLivePartial(const QString &transcript);
     void applyFinalResult(const Spoken &spoken, const QString &transcript);
+    void followCorrection(const Place &place, const Correction &correction);
     void settleOnCard();
     [[nodiscard]] bool fits(const QString &text) const;
 
     BoundedTextView &m_textView;
+    Place m_place;                               ///< of the text on the card
     std::optional<QString> m_preDictationBody;   ///< the card's text when Option went down
     std::vector<std::weak_ptr<Spoken>> m_spoken; ///< oldest first; each lives until its last words
     Dictation m_dictation;

@@ -57,7 +57,9 @@ private Q_SLOTS:
             QCOMPARE(card.bodies(), QStringList{text});
 
             // A second look at what was heard, which replaces the first and no more.
+            card.press(Qt::Key_Home, Qt::ControlModifier);
             card.recognizer().finish(QStringLiteral("Two words more"));
+            QCOMPARE(card.text().textCursor().position(), 0);
             QCOMPARE(card.bodies(), QStringList{text + u" more"_qs});
             QCOMPARE(card.text().text(), text + u" more"_qs);
         }
@@ -106,6 +108,9 @@ private Q_SLOTS:
         card.recognizer().report(QStringLiteral("Said more"));
         card.release();
         QCOMPARE(card.bodies(), QStringList{u"Mine and theirs\nSaid more"_qs});
+        card.editElsewhere(QStringLiteral("Mine and theirs\nSaid more\nAnd below"));
+        card.recognizer().finish(QStringLiteral("Said it all"));
+        QCOMPARE(card.bodies(), QStringList{u"Mine and theirs\nSaid it all\nAnd below"_qs});
     }
 
     void endsWithTheCard()
@@ -155,17 +160,21 @@ private Q_SLOTS:
 
         // Also when nothing had been recognised yet; not when the card was discarded.
         card.summon();
+        card.say(QString());
         card.hold();
         card.keep();
-        card.recognizer().finish(QStringLiteral("Three"));
-        QCOMPARE(card.bodies(), QStringList({u"Three"_qs, u"Two words"_qs}));
-        card.wait(longEnough);
         card.release();
         card.summon();
-        card.hold();
+        card.say(QString());
+        card.keep();
+        card.summon();
+        card.say(QString());
         card.discard();
-        card.recognizer().finish(QStringLiteral("Four"));
-        QCOMPARE(card.bodies().size(), 2);
+        card.recognizer().finish(QStringLiteral("Three"), 3);
+        card.recognizer().finish(QStringLiteral("Four"), 2);
+        card.recognizer().finish(QStringLiteral("Five"), 1);
+        card.recognizer().finish(QStringLiteral("Six"));
+        QCOMPARE(card.bodies(), QStringList({u"Five"_qs, u"Three\nFour"_qs, u"Two words"_qs}));
     }
 
     void lastWordsReachTheGridAndTheCardOpenedAgain()
@@ -179,36 +188,41 @@ private Q_SLOTS:
         card.say(QStringLiteral("Th"));
         card.controller.enterGridMode();
         card.discard();
-        card.recognizer().finish(QStringLiteral("Three"));
-        QCOMPARE(card.text().text(), u"Two words\nThree"_qs);
+        card.say(QStringLiteral("Fo"));
+        card.recognizer().finish(QStringLiteral("Three"), 1);
+        card.recognizer().finish(QStringLiteral("Four"));
+        card.type(QStringLiteral("!"));
+        QCOMPARE(card.text().text(), u"Two words\nThree\nFour!"_qs);
+        card.discard(); // what came since it was opened again
+        QCOMPARE(card.bodies(), QStringList{u"Two words\nThree"_qs});
     }
 
     void lastWordsReachTheirPlaceAboveWhatIsSaidNext()
     {
-        const QStringList all{u"One\nTwo words\nThree words"_qs};
-        Card card;
-        card.type(QStringLiteral("One"));
-        card.say(QStringLiteral("Two"));
-        card.hold();
-        card.recognizer().report(QStringLiteral("Three"));
-        card.recognizer().finish(QStringLiteral("Two words"), 1);
-        QCOMPARE(card.text().text(), u"One\nTwo words\nThree"_qs);
-        QCOMPARE(card.bodies(), QStringList{u"One\nTwo words"_qs});
-        card.recognizer().report(QStringLiteral("Three words"));
-        card.release();
-        QCOMPARE(card.bodies(), all);
+        for (const auto &[typed, first, last, text] :
+             {std::tuple(u"One"_qs, u"Two"_qs, u"Two words"_qs, u"One\nTwo words\nThree"_qs),
+              {{}, {}, u"Two"_qs, u"Two\nThree"_qs},
+              {{}, u"Two"_qs, {}, u"Three"_qs}}) {
+            Card card;
+            card.type(typed);
+            card.say(first);
+            card.hold();
+            card.recognizer().report(QStringLiteral("Three"));
+            card.recognizer().finish(last, 1);
+            QCOMPARE(card.text().text(), text);
+            card.release();
+            QCOMPARE(card.bodies(), QStringList{text});
+        }
 
         // Also when both are still missing as the card is kept.
-        card.discard();
-        card.wait(longEnough);
-        card.summon();
+        Card card;
         card.type(QStringLiteral("One"));
         card.say(QString());
         card.say(QStringLiteral("Three"));
         card.keep();
         card.recognizer().finish(QStringLiteral("Two words"), 1);
         card.recognizer().finish(QStringLiteral("Three words"));
-        QCOMPARE(card.bodies(), all);
+        QCOMPARE(card.bodies(), QStringList{u"One\nTwo words\nThree words"_qs});
     }
 
     void typingGoesOnMeanwhile()
@@ -225,6 +239,12 @@ private Q_SLOTS:
         card.type(QStringLiteral("."));
         card.recognizer().finish(QStringLiteral("Too late"));
         QCOMPARE(card.bodies(), QStringList{u"typed\nSaid!\nMore."_qs});
+        card.say(QStringLiteral("To"));
+        card.controller.enterGridMode();
+        card.discard();
+        card.type(QStringLiteral("morrow"));
+        card.recognizer().finish(QStringLiteral("Too late"));
+        QVERIFY(card.text().text().endsWith(u"\nTomorrow"_qs));
     }
 
     void listensOnlyOnTheCardItself()
