@@ -69,12 +69,13 @@ void CardDictation::drop()
         m_textView.setDictating(false);
         m_dictation.stop();
     }
-    settleOnCard();
+    for (const auto &pending : m_spoken)
+        if (const auto spoken = pending.lock(); spoken && spoken->place == m_place)
+            spoken->isDropped = true;
 }
 
 void CardDictation::noteEdit()
 {
-    settleOnCard();
     if (!m_preDictationBody)
         return;
     m_preDictationBody = m_textView.text();
@@ -136,7 +137,7 @@ void CardDictation::applyLivePartial(const QString &transcript)
 void CardDictation::applyFinalResult(const Spoken &spoken, const QString &transcript)
 {
     const Correction correction{spoken.shown, joined(spoken.base, transcript)};
-    if (spoken.isSettled || correction.after == correction.before || !fits(correction.after))
+    if (spoken.isDropped || correction.after == correction.before || !fits(correction.after))
         return;
     if (spoken.place == m_place) {
         (void)correct(correction);
@@ -156,13 +157,6 @@ void CardDictation::followCorrection(const Place &place, const Correction &corre
         (void)correction.applyTo(later->base);
         (void)correction.applyTo(later->shown);
     }
-}
-
-void CardDictation::settleOnCard()
-{
-    for (const auto &pending : m_spoken)
-        if (const auto spoken = pending.lock(); spoken && spoken->place == m_place)
-            spoken->isSettled = true;
 }
 
 bool CardDictation::fits(const QString &text) const

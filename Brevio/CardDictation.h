@@ -78,13 +78,12 @@ private:
         Place place;
         QString base;           ///< the text when Option went down
         QString shown;          ///< and when it came up
-        bool isSettled = false; ///< the user has gone on since: the words stay as shown
+        bool isDropped = false; ///< with the card
     };
 
     void applyLivePartial(const QString &transcript);
     void applyFinalResult(const Spoken &spoken, const QString &transcript);
     void followCorrection(const Place &place, const Correction &correction);
-    void settleOnCard();
     [[nodiscard]] bool fits(const QString &text) const;
 
     BoundedTextView &m_textView;

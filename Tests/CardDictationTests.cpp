@@ -245,6 +245,12 @@ private Q_SLOTS:
         card.type(QStringLiteral("morrow"));
         card.recognizer().finish(QStringLiteral("Too late"));
         QVERIFY(card.text().text().endsWith(u"\nTomorrow"_qs));
+        // Below them, while nothing had been recognised yet, there is room for them.
+        card.erase(int(card.text().text().size()));
+        card.say(QString());
+        card.type(QStringLiteral("Typed"));
+        card.recognizer().finish(QStringLiteral("Said"));
+        QCOMPARE(card.bodies(), QStringList{u"Said\nTyped"_qs});
     }
 
     void listensOnlyOnTheCardItself()
