@@ -20,6 +20,7 @@
 #include "Platform/Keyboard/KeyboardLayout.h"
 #include "Platform/Keyboard/MenuTracking.h"
 #include "Platform/Screen/Appearance.h"
+#include "Platform/Screen/Fonts.h"
 #include "Platform/Screen/OrdinaryWindow.h"
 #include "Platform/Screen/Screens.h"
 #include "Platform/Speech/AudioEngine.h"
@@ -31,6 +32,8 @@
 #include <QApplication>
 #include <QIcon>
 #include <QMenu>
+
+#include <future>
 
 namespace Brevio {
 
@@ -230,6 +233,8 @@ int BrevioMain::run(int argc, char *argv[])
 {
     preferXWayland();
     Platform::settleSessionBus();
+    // Beside the connection to the display, which takes as long.
+    const auto fonts = std::async(std::launch::async, Platform::Fonts::readInstalled);
     QApplication::setApplicationName(applicationName);
     QApplication::setDesktopFileName(applicationId);
     QApplication application(argc, argv);
@@ -245,7 +250,10 @@ int BrevioMain::run(int argc, char *argv[])
     if (!instance)
         return 0;
     auto &app = delegate();
-    MainQueue::main().post([&] { app.applicationDidFinishLaunching(*instance); });
+    MainQueue::main().post([&] {
+        fonts.wait();
+        app.applicationDidFinishLaunching(*instance);
+    });
     const int status = QApplication::exec();
     // What was typed or moved a moment ago is still waiting to be written.
     app.store().flush();
