@@ -20,6 +20,7 @@
 #include "Platform/Keyboard/KeyboardLayout.h"
 #include "Platform/Keyboard/MenuTracking.h"
 #include "Platform/Screen/Appearance.h"
+#include "Platform/Screen/FirstPaint.h"
 #include "Platform/Screen/Fonts.h"
 #include "Platform/Screen/OrdinaryWindow.h"
 #include "Platform/Screen/Screens.h"
@@ -103,16 +104,19 @@ void AppDelegate::applicationDidFinishLaunching(Platform::Instance &instance)
     matchMenuKeysByPosition();
     KeyboardShortcuts::setMainMenu(m_mainMenu.get());
     lendMenuKeys(m_controller->panel());
-    if (m_settings->showInMenuBar.get())
-        installStatusItem();
     m_loginItem = LoginItem::create(
         {applicationId, applicationName, QCoreApplication::applicationFilePath()});
     Settings::applyStartAtLogin(m_settings->startAtLogin.get(), *m_loginItem,
                                 LoginItem::Origin::Launch);
     observeSettings();
     decideWhatToShow(instance);
-    // Nobody waits for the icon, and Qt looks through all its image formats for it.
-    queue.post(adoptIcon);
+    // Nobody waits for the icons, nor for the window of a card that is not shown yet.
+    Platform::afterFirstPaint(queue, [this] {
+        (void)m_controller->panel().winId();
+        adoptIcon();
+        if (m_settings->showInMenuBar.get())
+            installStatusItem();
+    });
 }
 
 void AppDelegate::decideWhatToShow(Platform::Instance &instance)
