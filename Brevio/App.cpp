@@ -20,6 +20,8 @@
 #include "Platform/Keyboard/KeyboardLayout.h"
 #include "Platform/Keyboard/MenuTracking.h"
 #include "Platform/Screen/Appearance.h"
+#include "Platform/Screen/FirstPaint.h"
+#include "Platform/Screen/Fonts.h"
 #include "Platform/Screen/OrdinaryWindow.h"
 #include "Platform/Screen/Screens.h"
 #include "Platform/Speech/AudioEngine.h"
@@ -31,6 +33,8 @@
 #include <QApplication>
 #include <QIcon>
 #include <QMenu>
+
+#include <future>
 
 namespace Brevio {
 
@@ -100,16 +104,19 @@ void AppDelegate::applicationDidFinishLaunching(Platform::Instance &instance)
     matchMenuKeysByPosition();
     KeyboardShortcuts::setMainMenu(m_mainMenu.get());
     lendMenuKeys(m_controller->panel());
-    if (m_settings->showInMenuBar.get())
-        installStatusItem();
     m_loginItem = LoginItem::create(
         {applicationId, applicationName, QCoreApplication::applicationFilePath()});
     Settings::applyStartAtLogin(m_settings->startAtLogin.get(), *m_loginItem,
                                 LoginItem::Origin::Launch);
     observeSettings();
     decideWhatToShow(instance);
-    // Nobody waits for the icon, and Qt looks through all its image formats for it.
-    queue.post(adoptIcon);
+    // Nobody waits for the icons, nor for the window of a card that is not shown yet.
+    Platform::afterFirstPaint(queue, [this] {
+        (void)m_controller->panel().winId();
+        adoptIcon();
+        if (m_settings->showInMenuBar.get())
+            installStatusItem();
+    });
 }
 
 void AppDelegate::decideWhatToShow(Platform::Instance &instance)
@@ -230,6 +237,8 @@ int BrevioMain::run(int argc, char *argv[])
 {
     preferXWayland();
     Platform::settleSessionBus();
+    // Beside the connection to the display, which takes as long.
+    const auto fonts = std::async(std::launch::async, Platform::Fonts::readInstalled);
     QApplication::setApplicationName(applicationName);
     QApplication::setDesktopFileName(applicationId);
     QApplication application(argc, argv);
@@ -245,7 +254,10 @@ int BrevioMain::run(int argc, char *argv[])
     if (!instance)
         return 0;
     auto &app = delegate();
-    MainQueue::main().post([&] { app.applicationDidFinishLaunching(*instance); });
+    MainQueue::main().post([&] {
+        fonts.wait();
+        app.applicationDidFinishLaunching(*instance);
+    });
     const int status = QApplication::exec();
     // What was typed or moved a moment ago is still waiting to be written.
     app.store().flush();

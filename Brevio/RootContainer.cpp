@@ -70,8 +70,9 @@ protected:
         if (window()->testAttribute(Qt::WA_TranslucentBackground)) {
             QPainterPath corners;
             corners.addRect(rect());
+            corners.addPath(outline(rect())); // a hole, which takes no computing
             painter.setCompositionMode(QPainter::CompositionMode_DestinationOut);
-            painter.fillPath(corners.subtracted(outline(rect())), Qt::black);
+            painter.fillPath(corners, Qt::black);
         }
         painter.setCompositionMode(QPainter::CompositionMode_SourceAtop);
         QPen pen(CardContentView::cardInk().resolved(m_root->m_appearance.scheme(), hairlineAlpha));

@@ -1,9 +1,9 @@
 #include "KeyboardShortcuts/ShortcutField.h"
 
 #include "KeyboardShortcuts/Utilities.h"
+#include "Platform/Screen/Symbols.h"
 
 #include <QPainter>
-#include <QStyle>
 #include <QToolButton>
 
 #include <algorithm>
@@ -19,15 +19,39 @@ constexpr int   sidePadding   = 10;  // the text keeps clear of the round ends
 constexpr int   textPadding   = 3;   // above and below
 constexpr int   buttonInset   = 4;
 constexpr int   buttonGap     = 6;   // between the field and the button beside it
-constexpr int   iconSize      = 16;
+constexpr int   markSize      = 16;
 constexpr qreal borderWidth   = 1;
 constexpr qreal ringWidth     = 2;
-constexpr float borderOpacity = 0.3F; // of the text's colour
+constexpr float borderOpacity = 0.3F; // of the text's colour, as the cross's below
+constexpr float restOpacity   = 0.4F;
+constexpr float nearOpacity   = 0.6F;
+constexpr float pressedOpacity = 0.8F;
 // clang-format on
 
-QToolButton *addButton(QWidget *parent, Qt::FocusPolicy focus)
+/// Draws its cross itself: the style would look through the desktop's icon themes for one, which
+/// takes longer than the rest of the window.
+class ClearButton final : public QToolButton
 {
-    auto *button = new QToolButton(parent);
+public:
+    using QToolButton::QToolButton;
+
+protected:
+    void paintEvent(QPaintEvent *) override
+    {
+        QPainter painter(this);
+        painter.setRenderHint(QPainter::Antialiasing);
+        painter.translate((width() - markSize) / 2.0, (height() - markSize) / 2.0);
+        auto ink = palette().color(QPalette::Text);
+        ink.setAlphaF(isDown() ? pressedOpacity : underMouse() ? nearOpacity : restOpacity);
+        painter.fillPath(Platform::Symbols::path(QStringLiteral("xmark.circle.fill"), markSize),
+                         ink);
+    }
+};
+
+template <class Kind>
+Kind *addButton(QWidget *parent, Qt::FocusPolicy focus)
+{
+    auto *button = new Kind(parent);
     button->setFocusPolicy(focus);
     button->setCursor(Qt::ArrowCursor);
     button->hide();
@@ -38,8 +62,8 @@ QToolButton *addButton(QWidget *parent, Qt::FocusPolicy focus)
 
 ShortcutField::ShortcutField(QWidget *parent)
     : QLineEdit(parent)
-    , m_clearButton(addButton(this, Qt::NoFocus)) // the keyboard has Delete for it
-    , m_changeButton(addButton(this, Qt::StrongFocus))
+    , m_clearButton(addButton<ClearButton>(this, Qt::NoFocus)) // the keyboard has Delete for it
+    , m_changeButton(addButton<QToolButton>(this, Qt::StrongFocus))
 {
     setReadOnly(true);
     setFrame(false);
@@ -49,9 +73,7 @@ ShortcutField::ShortcutField(QWidget *parent)
     setFocusPolicy(Qt::StrongFocus);
     setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
 
-    m_clearButton->setAutoRaise(true);
-    m_clearButton->setIcon(style()->standardIcon(QStyle::SP_LineEditClearButton));
-    m_clearButton->setIconSize({iconSize, iconSize});
+    m_clearButton->setAttribute(Qt::WA_Hover);
     m_clearButton->setAccessibleName(localized(u"clear_shortcut"));
     m_clearButton->setToolTip(localized(u"clear_shortcut"));
     connect(m_clearButton, &QToolButton::clicked, this, &ShortcutField::clearClicked);
@@ -88,7 +110,7 @@ int ShortcutField::trailingWidth() const
     if (!m_changeButton->isHidden())
         return m_changeButton->sizeHint().width() + buttonGap;
     // The text stays in the middle whether it can be cleared or not.
-    return 2 * iconSize;
+    return 2 * markSize;
 }
 
 void ShortcutField::layOutButtons()
@@ -128,7 +150,7 @@ void ShortcutField::paintEvent(QPaintEvent *)
     const bool isEmpty = text().isEmpty();
     place.adjust(sidePadding, 0, -sidePadding, 0);
     if (!m_clearButton->isHidden())
-        place.adjust(iconSize - buttonInset, 0, buttonInset - iconSize, 0);
+        place.adjust(markSize - buttonInset, 0, buttonInset - markSize, 0);
     painter.setPen(colours.color(isEmpty ? QPalette::PlaceholderText : QPalette::Text));
     const auto &shown = isEmpty ? placeholderText() : text();
     painter.drawText(place, Qt::AlignCenter | Qt::TextSingleLine,

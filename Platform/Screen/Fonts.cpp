@@ -1,10 +1,13 @@
 #include "Platform/Screen/Fonts.h"
 
+#include "Platform/Core/SharedLibrary.h"
+
 #include <QFontDatabase>
 #include <QFontInfo>
 #include <QGuiApplication>
 #include <QScreen>
 
+#include <algorithm>
 #include <cmath>
 
 namespace Platform::Fonts {
@@ -17,10 +20,16 @@ constexpr double ordinaryDotsPerInch = 96.0;
 /// The original and its revivals, the best likeness first. Empty when none is installed.
 QString installedFamily()
 {
+    // Asked for one by one, each that is missing would be looked for under other names as well.
+    const QStringList installed = QFontDatabase::families();
     for (const auto &family :
          {QStringLiteral("Baskerville"), QStringLiteral("Baskervville"),
           QStringLiteral("Libre Baskerville"), QStringLiteral("Baskervald ADF Std")}) {
-        if (QFontDatabase::hasFamily(family))
+        // Of several makers, one is named behind it.
+        const auto isIt = [&](const QString &one) {
+            return one == family || one.startsWith(family + QStringLiteral(" ["));
+        };
+        if (std::any_of(installed.begin(), installed.end(), isIt))
             return family;
     }
     return {};
@@ -42,6 +51,15 @@ QFont baskerville(double points, Slant slant, double fallbackPoints)
     font.setStyleStrategy(QFont::StyleStrategy(QFont::PreferAntialias | QFont::PreferQuality |
                                                QFont::NoSubpixelAntialias));
     return font;
+}
+
+void readInstalled()
+{
+    // Qt asks the same library, and finds it ready.
+    int (*initialize)() = nullptr;
+    const auto library = SharedLibrary::open({"libfontconfig.so.1"});
+    if (library && library->resolve(initialize, "FcInit"))
+        initialize();
 }
 
 void setPoints(QFont &font, double points)

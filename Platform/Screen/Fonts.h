@@ -14,6 +14,11 @@ enum class Slant { Upright, Italic };
 /// display and looks alike while it fades.
 [[nodiscard]] QFont baskerville(double points, Slant slant, double fallbackPoints);
 
+/// Reads what fonts there are, which the first text would wait for. To be begun on another thread
+/// before there is an application, and waited for before there is a text: two at once would both do
+/// all of it.
+void readInstalled();
+
 /// Gives the font a size in logical pixels, fractions kept, which Qt's own pixel sizes do not.
 void setPoints(QFont &font, double points);
 

@@ -44,7 +44,7 @@ public:
         // Without a manager only our own windows come forward, and always with the keyboard.
         connect(qGuiApp, &QGuiApplication::focusWindowChanged, this, [this](QWindow *focused) {
             if (focused != nullptr && m_window.isVisible() && !m_server.hasManager() &&
-                isRival(static_cast<X11::Window>(focused->winId())))
+                isRival(*focused))
                 m_window.raise();
         });
     }
@@ -63,6 +63,10 @@ private:
 
     void restack()
     {
+        const auto windows = QGuiApplication::topLevelWindows();
+        if (std::none_of(windows.begin(), windows.end(),
+                         [this](const QWindow *each) { return isRival(*each); }))
+            return; // before the server is asked
         const auto stack = m_server.values(m_server.root(), stackingProperty);
         const auto own = static_cast<X11::Window>(m_window.winId());
         const auto place = std::find(stack.begin(), stack.end(), own);
@@ -70,7 +74,7 @@ private:
             return;
         // Not raised plainly: window managers take that for a wish for the keyboard.
         const auto highest = std::find_if(stack.rbegin(), std::make_reverse_iterator(place + 1),
-                                          [this](X11::Window each) { return isRival(each); });
+                                          [this](X11::Window each) { return isRivals(each); });
         if (highest.base() != place + 1)
             putAbove(own, *highest);
     }
@@ -92,16 +96,21 @@ private:
         xcb_flush(m_server.connection());
     }
 
-    /// Sheets are no rivals: they belong in front.
-    bool isRival(X11::Window id) const
+    bool isRivals(X11::Window id) const
     {
         const auto windows = QGuiApplication::topLevelWindows();
         return std::any_of(windows.begin(), windows.end(), [this, id](const QWindow *each) {
-            return each->handle() != nullptr && each->winId() == id &&
-                   each != m_window.windowHandle() &&
-                   each->flags().testFlag(Qt::WindowStaysOnTopHint) &&
-                   each->transientParent() == nullptr && each->modality() == Qt::NonModal;
+            return isRival(*each) && each->winId() == id;
         });
+    }
+
+    /// Sheets are no rivals: they belong in front.
+    bool isRival(const QWindow &other) const
+    {
+        return other.isVisible() && other.handle() != nullptr &&
+               &other != m_window.windowHandle() &&
+               other.flags().testFlag(Qt::WindowStaysOnTopHint) &&
+               other.transientParent() == nullptr && other.modality() == Qt::NonModal;
     }
 
     X11::Server m_server = *X11::Server::current();

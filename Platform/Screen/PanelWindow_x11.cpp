@@ -166,6 +166,8 @@ bool X11PanelWindow::eventFilter(QObject *watched, QEvent *event)
 
 bool X11PanelWindow::nativeEventFilter(const QByteArray &, void *message, qintptr *)
 {
+    if (m_window.internalWinId() == 0)
+        return false; // and none is made for an event of another window
     const auto *event = static_cast<const xcb_generic_event_t *>(message);
     // Qt drops the activation of a window that loses the keyboard again at once.
     if ((event->response_type & ~sentByClient) == XCB_FOCUS_IN &&

@@ -24,7 +24,9 @@ QPainterPath stroked(const QPainterPath &line, double width)
     stroker.setCapStyle(Qt::RoundCap);
     stroker.setJoinStyle(Qt::RoundJoin);
     const auto larger = QTransform::fromScale(strokeScale, strokeScale);
-    return larger.inverted().map(stroker.createStroke(larger.map(line)));
+    auto outline = larger.inverted().map(stroker.createStroke(larger.map(line)));
+    outline.setFillRule(Qt::WindingFill); // it crosses itself
+    return outline;
 }
 
 /// A sheet with three lines of writing, the last one short.
@@ -70,7 +72,21 @@ QPainterPath microphone(double stroke)
     stand.moveTo(8.6, 21.6);
     stand.lineTo(15.4, 21.6);
     capsule.addPath(stroked(stand, stroke));
+    capsule.setFillRule(Qt::WindingFill);
     return capsule;
+}
+
+/// A disc with a cross cut out of it.
+QPainterPath clearMark(double stroke)
+{
+    QPainterPath disc;
+    disc.addEllipse(QRectF(2.0, 2.0, 20.0, 20.0));
+    QPainterPath cross;
+    for (const double side : {-1.0, 1.0}) {
+        cross.moveTo(12.0 - 3.6 * side, 8.4);
+        cross.lineTo(12.0 + 3.6 * side, 15.6);
+    }
+    return disc.subtracted(stroked(cross, stroke));
 }
 
 } // namespace
@@ -85,7 +101,8 @@ QPainterPath path(const QString &name, double points, Weight weight)
         drawing = grid(stroke);
     else if (name == QLatin1String("mic.fill"))
         drawing = microphone(stroke);
-    drawing.setFillRule(Qt::WindingFill);
+    else if (name == QLatin1String("xmark.circle.fill"))
+        drawing = clearMark(stroke);
     return QTransform::fromScale(points / unitsAcross, points / unitsAcross).map(drawing);
 }
 

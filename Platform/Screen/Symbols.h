@@ -5,7 +5,8 @@
 #include <QPainterPath>
 #include <QString>
 
-/// The program's own small drawings: "note.text", "square.grid.3x3" and "mic.fill".
+/// The program's own small drawings: "note.text", "square.grid.3x3", "mic.fill" and
+/// "xmark.circle.fill".
 namespace Platform::Symbols {
 
 enum class Weight { Regular, Semibold };

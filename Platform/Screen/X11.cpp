@@ -3,6 +3,7 @@
 #include <QGuiApplication>
 #include <QHash>
 
+#include <array>
 #include <cstdlib>
 #include <memory>
 
@@ -21,6 +22,55 @@ struct FreeReply
 };
 template <class Reply>
 using ReplyPointer = std::unique_ptr<Reply, FreeReply>;
+
+/// What the first window needs. Asked for one by one, the program would wait for each.
+constexpr std::array usualNames = {
+    "ATOM",
+    "CARDINAL",
+    "WM_CLASS",
+    "_NET_ACTIVE_WINDOW",
+    "_NET_CLIENT_LIST",
+    "_NET_CLIENT_LIST_STACKING",
+    "_NET_CURRENT_DESKTOP",
+    "_NET_SUPPORTING_WM_CHECK",
+    "_NET_SYSTEM_TRAY_S0",
+    "_NET_WM_CM_S0",
+    "_NET_WM_DESKTOP",
+    "_NET_WM_STATE",
+    "_NET_WM_STATE_ABOVE",
+    "_NET_WM_STATE_SKIP_PAGER",
+    "_NET_WM_STATE_SKIP_TASKBAR",
+    "_NET_WM_STATE_STICKY",
+    "_NET_WM_STRUT",
+    "_NET_WM_STRUT_PARTIAL",
+    "_NET_WM_USER_TIME",
+    "_NET_WORKAREA",
+};
+
+xcb_intern_atom_cookie_t askForAtom(xcb_connection_t *connection, const QByteArray &name)
+{
+    return xcb_intern_atom(connection, 0, static_cast<std::uint16_t>(name.size()),
+                           name.constData());
+}
+
+/// None when the server is gone.
+Atom answeredAtom(xcb_connection_t *connection, xcb_intern_atom_cookie_t cookie)
+{
+    const ReplyPointer<xcb_intern_atom_reply_t> reply(
+        xcb_intern_atom_reply(connection, cookie, nullptr));
+    return reply ? reply->atom : Atom(XCB_ATOM_NONE);
+}
+
+QHash<QByteArray, Atom> usualAtoms(xcb_connection_t *connection)
+{
+    std::vector<xcb_intern_atom_cookie_t> cookies;
+    for (const char *name : usualNames)
+        cookies.push_back(askForAtom(connection, name));
+    QHash<QByteArray, Atom> atoms;
+    for (std::size_t i = 0; i < cookies.size(); ++i)
+        atoms.insert(usualNames[i], answeredAtom(connection, cookies[i]));
+    return atoms;
+}
 
 } // namespace
 
@@ -45,14 +95,11 @@ QSize Server::desktopSize() const
 
 Atom Server::atom(const QByteArray &name) const
 {
-    static QHash<QByteArray, Atom> atoms;
-    if (const auto found = atoms.constFind(name); found != atoms.cend())
-        return *found;
-    const auto cookie =
-        xcb_intern_atom(m_connection, 0, static_cast<std::uint16_t>(name.size()), name.constData());
-    const ReplyPointer<xcb_intern_atom_reply_t> reply(
-        xcb_intern_atom_reply(m_connection, cookie, nullptr));
-    return reply ? *atoms.insert(name, reply->atom) : Atom(XCB_ATOM_NONE);
+    static auto atoms = usualAtoms(m_connection);
+    auto &atom = atoms[name];
+    if (atom == XCB_ATOM_NONE)
+        atom = answeredAtom(m_connection, askForAtom(m_connection, name));
+    return atom;
 }
 
 Window Server::ownerOf(const QByteArray &selection) const
