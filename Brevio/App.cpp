@@ -237,8 +237,8 @@ int BrevioMain::run(int argc, char *argv[])
 {
     preferXWayland();
     Platform::settleSessionBus();
-    // Beside the connection to the display, which takes as long.
-    const auto fonts = std::async(std::launch::async, Platform::Fonts::readInstalled);
+    // Beside the connection to the display, which takes as long; without a thread, when waited for.
+    const auto fonts = std::async(Platform::Fonts::readInstalled);
     QApplication::setApplicationName(applicationName);
     QApplication::setDesktopFileName(applicationId);
     QApplication application(argc, argv);
