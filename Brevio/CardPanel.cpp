@@ -3,6 +3,7 @@
 #include <QCloseEvent>
 #include <QJsonObject>
 #include <QMouseEvent>
+#include <QWindow>
 
 #include <algorithm>
 #include <array>
@@ -188,8 +189,10 @@ void CardPanel::moveEvent(QMoveEvent *event)
     if (echo)
         return;
     m_expectedPositions.clear();
-    const bool settling = m_queue.now() < m_settlesAt;
+    // Before it is seen only a window manager can have moved it, however late that is.
+    const bool settling = !windowHandle()->isExposed() || m_queue.now() < m_settlesAt;
     if (settling && !std::exchange(m_insisted, true)) {
+        m_settlesAt = m_queue.now() + settlingTime; // for the answer to this
         placeAt(m_origin);
         return;
     }

@@ -114,12 +114,13 @@ private Q_SLOTS:
         scene.send(QEvent::KeyPress, Qt::Key_Shift, 50);
         scene.send(QEvent::KeyPress, Qt::Key_Shift, 62);
         scene.send(QEvent::KeyRelease, Qt::Key_Shift, 50); // the other one stays
+        scene.send(QEvent::KeyPress, Qt::Key_Shift, 62);   // it came up unseen
         QWidget other;
         other.show();
         other.activateWindow();
         QVERIFY(QTest::qWaitForWindowActive(&other));
         const auto held = u"flags 20000"_s;
-        QCOMPARE(scene.seen, QStringList({held, held, held, u"flags 0"_s}));
+        QCOMPARE(scene.seen, QStringList({held, held, held, u"flags 0"_s, held, u"flags 0"_s}));
         QVERIFY(scene.wasActive);
     }
 

@@ -22,6 +22,7 @@
 
 using namespace Qt::StringLiterals;
 using Platform::Instance;
+using std::chrono::milliseconds;
 namespace Files = Platform::Files;
 
 namespace {
@@ -34,8 +35,8 @@ const QString busVariable = u"DBUS_SESSION_BUS_ADDRESS"_s;
 const QString actionId = u"make-tea"_s;
 constexpr const char *roleVariable = "INSTANCE_TESTS_FOLDER"; // set: be a copy on that folder
 constexpr const char *busyVariable = "INSTANCE_TESTS_BUSY";   // set: be slow and impatient
-constexpr auto shortPatience = std::chrono::milliseconds(300);
-constexpr int howLong = 10000; // milliseconds that anything may take
+constexpr auto shortPatience = milliseconds(300);
+constexpr int howLong = 60000; // milliseconds that anything may take
 
 constexpr const char *busConfiguration = R"(<busconfig><type>session</type>
 <listen>unix:dir=%1</listen><auth>EXTERNAL</auth><servicedir>%1</servicedir>
@@ -46,9 +47,9 @@ constexpr const char *busConfiguration = R"(<busconfig><type>session</type>
 int runCopy(const QString &folder)
 {
     const bool isBusy = qEnvironmentVariableIsSet(busyVariable);
-    ::alarm(60); // whatever happens to the tests
+    ::alarm(300); // whatever happens to the tests
     const auto instance = Instance::claim(applicationId, folder, {actionId},
-                                          isBusy ? shortPatience : Instance::defaultPatience);
+                                          isBusy ? shortPatience : milliseconds(howLong));
     std::setvbuf(stdout, nullptr, _IOLBF, 0);
     std::puts(instance ? "first" : "second");
     if (!instance)

@@ -71,32 +71,28 @@ private Q_SLOTS:
         QTRY_COMPARE(window->height(), height);
     }
 
-    void aSwitchShowsAndSetsItsSetting_data()
-    {
-        QTest::addColumn<bool>("isIcon");
-        QTest::newRow("icon") << true;
-        QTest::newRow("login") << false;
-    }
     void aSwitchShowsAndSetsItsSetting()
     {
-        QFETCH(bool, isIcon);
-        auto &setting = isIcon ? settings->showInMenuBar : settings->startAtLogin;
-        auto *row = shownItems().at(isIcon ? 0 : 1);
-        QCOMPARE(row->role(), QAccessible::CheckBox);
-        auto *widget = qobject_cast<QWidget *>(row->object());
-        const bool before = setting.get();
-        QCOMPARE(bool(row->state().checked), before);
+        for (const bool isIcon : {true, false}) {
+            auto &setting = isIcon ? settings->showInMenuBar : settings->startAtLogin;
+            auto *row = shownItems().at(isIcon ? 0 : 1);
+            QCOMPARE(row->role(), QAccessible::CheckBox);
+            auto *widget = qobject_cast<QWidget *>(row->object());
+            const bool before = setting.get();
+            QCOMPARE(bool(row->state().checked), before);
 
-        QTest::mouseClick(widget, Qt::LeftButton, {}, {widget->width() - 20, widget->height() / 2});
-        QCOMPARE(setting.get(), !before);
-        QTest::keyClick(widget, Qt::Key_Space);
-        QCOMPARE(setting.get(), before);
-        row->actionInterface()->doAction(QAccessibleActionInterface::toggleAction());
-        QCOMPARE(setting.get(), !before);
-        QCOMPARE(bool(row->state().checked), !before);
+            QTest::mouseClick(widget, Qt::LeftButton, {},
+                              {widget->width() - 20, widget->height() / 2});
+            QCOMPARE(setting.get(), !before);
+            QTest::keyClick(widget, Qt::Key_Space);
+            QCOMPARE(setting.get(), before);
+            row->actionInterface()->doAction(QAccessibleActionInterface::toggleAction());
+            QCOMPARE(setting.get(), !before);
+            QCOMPARE(bool(row->state().checked), !before);
 
-        setting.set(before);
-        QCOMPARE(bool(row->state().checked), before);
+            setting.set(before);
+            QCOMPARE(bool(row->state().checked), before);
+        }
     }
 
     void theLastButtonChecksForUpdates()

@@ -168,39 +168,35 @@ private Q_SLOTS:
         QCOMPARE(alive.use_count(), 1);
     }
 
-    void failuresEndTheTask_data()
-    {
-        QTest::addColumn<Call>("call");
-        QTest::addColumn<bool>("throws");
-        for (const auto call : {Call::Load, Call::Start, Call::Feed})
-            QTest::addRow("call %d", int(call)) << call << false;
-        for (const auto call : {Call::Load, Call::Finish})
-            QTest::addRow("call %d throws", int(call)) << call << true;
-    }
-
     void failuresEndTheTask()
     {
-        QFETCH(Call, call);
-        QFETCH(bool, throws);
-        const bool isLoad = call == Call::Load;
-        m_script->fails = call;
-        m_script->throws = throws;
-        const auto task = recognize(m_request);
-        say(*m_request, 1);
-        if (call == Call::Finish)
-            m_request->endAudio();
-        QVERIFY(waitForEnd());
-        QCOMPARE(m_results.last(), u"!"_s);
-        QVERIFY(m_request->take().isOver); // it does not grow any more
-        QCOMPARE(m_recognizer->isAvailable(), !isLoad);
-        m_script->fails = Call::None;
-        QCOMPARE(recognizeAll(), isLoad ? u"!"_s : u"1.#"_s);
-        (void)m_script->takeLog();
-        // Another engine takes over.
-        m_recognizer = m_recognizers->recognizer(u"de"_s);
-        QVERIFY(m_recognizer->isAvailable());
-        QCOMPARE(recognizeAll(), u"1.#"_s);
-        QCOMPARE(m_script->takeLog().contains(u"load"_s), isLoad);
+        for (const auto &[call, throws] : {std::pair(Call::Load, false),
+                                           {Call::Start, false},
+                                           {Call::Feed, false},
+                                           {Call::Load, true},
+                                           {Call::Finish, true}}) {
+            cleanup();
+            init();
+            const bool isLoad = call == Call::Load;
+            m_script->fails = call;
+            m_script->throws = throws;
+            const auto task = recognize(m_request);
+            say(*m_request, 1);
+            if (call == Call::Finish)
+                m_request->endAudio();
+            QVERIFY(waitForEnd());
+            QCOMPARE(m_results.last(), u"!"_s);
+            QVERIFY(m_request->take().isOver); // it does not grow any more
+            QCOMPARE(m_recognizer->isAvailable(), !isLoad);
+            m_script->fails = Call::None;
+            QCOMPARE(recognizeAll(), isLoad ? u"!"_s : u"1.#"_s);
+            (void)m_script->takeLog();
+            // Another engine takes over.
+            m_recognizer = m_recognizers->recognizer(u"de"_s);
+            QVERIFY(m_recognizer->isAvailable());
+            QCOMPARE(recognizeAll(), u"1.#"_s);
+            QCOMPARE(m_script->takeLog().contains(u"load"_s), isLoad);
+        }
     }
 
     void anUnusedModelIsReleasedAndLoadedAgain()

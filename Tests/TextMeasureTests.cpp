@@ -1,10 +1,11 @@
 #include "Brevio/TextMeasure.h"
 #include "Platform/Screen/Fonts.h"
 
-#include <QElapsedTimer>
 #include <QRandomGenerator>
 #include <QTest>
 #include <QTextDocument>
+
+#include <ctime>
 
 using namespace Brevio;
 
@@ -61,13 +62,13 @@ private Q_SLOTS:
 
     void measuringStopsOnceEnoughIsKnown()
     {
-        QElapsedTimer timer;
-        timer.start();
+        const auto start = std::clock(); // of this process alone, whatever else is running
         for (const auto &piece : {QStringLiteral("word "), QStringLiteral("word\n")})
             QVERIFY(TextMeasure::usedHeight(piece.repeated(1 << 20), m_font,
                                             TextMeasure::containerWidth, 237.0) > 237.0);
         // Laying all of it out takes tens of seconds.
-        QVERIFY2(timer.elapsed() < 500, qPrintable(QString::number(timer.elapsed())));
+        const auto taken = std::clock() - start;
+        QVERIFY2(taken < 5 * CLOCKS_PER_SEC, qPrintable(QString::number(taken)));
     }
 };
 

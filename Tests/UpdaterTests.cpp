@@ -270,31 +270,27 @@ private Q_SLOTS:
         QCOMPARE(server->requests.size(), 1);
     }
 
-    void whateverEndsADownloadTakesItAlong_data()
-    {
-        QTest::addColumn<Action>("finish");
-        QTest::newRow("Escape") << Action([] { QTest::keyClick(dialog(), Qt::Key_Escape); });
-        QTest::newRow("the window") << Action([this] { window.reset(); });
-        QTest::newRow("the program")
-            << Action([] { QMetaObject::invokeMethod(qApp, "aboutToQuit"); });
-    }
-
     void whateverEndsADownloadTakesItAlong()
     {
-        QFETCH(Action, finish);
-        server->isSilent = true;
-        server->answers["/p/b_1.deb"] = Server::file(package).chopped(9);
-        check();
-        QTRY_VERIFY(dialog());
-        QTest::keyClick(dialog(), Qt::Key_Return);
-        const QFileInfo folder(path("tmp/") + left("tmp").value(0));
-        const QString partial = folder.filePath() + QStringLiteral("/package");
-        QTRY_COMPARE(QFileInfo(partial).size(), package.size() - 9);
-        QVERIFY(!folder.permission(QFile::ReadGroup) && !folder.permission(QFile::ReadOther));
-        finish();
-        QCOMPARE(left("tmp"), QStringList());
-        QCOMPARE(left("Downloads"), QStringList());
-        QCOMPARE(dialog(), nullptr);
+        for (const Action &finish : std::initializer_list<Action>{
+                 [] { QTest::keyClick(dialog(), Qt::Key_Escape); }, [this] { window.reset(); },
+                 [] { QMetaObject::invokeMethod(qApp, "aboutToQuit"); }}) {
+            cleanup();
+            init();
+            server->isSilent = true;
+            server->answers["/p/b_1.deb"] = Server::file(package).chopped(9);
+            check();
+            QTRY_VERIFY(dialog());
+            QTest::keyClick(dialog(), Qt::Key_Return);
+            const QFileInfo folder(path("tmp/") + left("tmp").value(0));
+            const QString partial = folder.filePath() + QStringLiteral("/package");
+            QTRY_COMPARE(QFileInfo(partial).size(), package.size() - 9);
+            QVERIFY(!folder.permission(QFile::ReadGroup) && !folder.permission(QFile::ReadOther));
+            finish();
+            QCOMPARE(left("tmp"), QStringList());
+            QCOMPARE(left("Downloads"), QStringList());
+            QCOMPARE(dialog(), nullptr);
+        }
     }
 };
 

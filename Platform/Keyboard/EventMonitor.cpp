@@ -192,6 +192,10 @@ EventVerdict InputFilter::firstSight(QObject *receiver, const QKeyEvent &event)
 void InputFilter::trackModifierKey(const QKeyEvent &event, KeyEvent key, QWidget *window)
 {
     if (event.type() != QEvent::KeyRelease) {
+        // One that goes down twice came up where nobody told us, as between two showings of a
+        // window that are too close together for a loss of the focus.
+        if (const auto held = m_heldKeys.find(key.keyCode); held != m_heldKeys.end())
+            dropFlags(m_flags & held->second);
         m_heldKeys[key.keyCode] = flagOfModifierKey(event.key()).value_or(0);
     } else {
         // The other key of a pair may still be down.

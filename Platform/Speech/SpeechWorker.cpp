@@ -277,6 +277,9 @@ void SpeechWorker::learn(const Recognition &recognition, const std::string &micr
 
 void SpeechWorker::deliver(const Recognition &recognition, const SpeechResult &result)
 {
+    // Whoever hears of its end may release the model at once.
+    if (const std::lock_guard lock(m_mutex); result.isFinal && m_current.get() == &recognition)
+        m_current.reset();
     QMetaObject::invokeMethod(
         &m_mainThread,
         [this, result, open = recognition.listener] {

@@ -146,10 +146,11 @@ QByteArray Desktop::startAndRead(std::unique_ptr<Process> &process, const QStrin
                                  const QStringList &arguments)
 {
     process = start(program, arguments);
-    // Complaints may come first; the address is the first line that looks like one.
+    // Complaints may come first; the address is a whole line that looks like one.
     QByteArray address;
     (void)waitUntil([&] {
-        for (const auto &line : process->output().split('\n')) {
+        const auto output = process->output();
+        for (const auto &line : output.first(output.lastIndexOf('\n') + 1).split('\n')) {
             bool isNumber = false;
             (void)line.toInt(&isNumber);
             if (isNumber || line.startsWith("unix:"))
@@ -219,11 +220,7 @@ std::unique_ptr<Process> Desktop::startBrevio()
 
 std::unique_ptr<Process> Desktop::startVictim()
 {
-    auto victim = start(QStringLiteral(VICTIM_PROGRAM));
-    const auto window = waitForWindow(u"Victim"_s);
-    if (m_windowManager)
-        (void)waitForFocus(window);
-    return victim;
+    return start(QStringLiteral(VICTIM_PROGRAM));
 }
 
 Seat::Window Desktop::waitForWindow(const QString &title)

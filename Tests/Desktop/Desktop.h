@@ -53,7 +53,6 @@ public:
 
     std::unique_ptr<Process> start(const QString &program, const QStringList &arguments = {});
     std::unique_ptr<Process> startBrevio();
-    /// Starts the other program and waits until its window is there and has the keyboard.
     std::unique_ptr<Process> startVictim();
     void startCompositor();
     void stopCompositor() { m_compositor.reset(); }

@@ -35,9 +35,8 @@ private Q_SLOTS:
     void theMouseOpensPinsAndLeaves()
     {
         Session session({.compositor = Compositor::Picom}, threeNotes());
-        QVERIFY(session.isReady());
+        QVERIFY(session.isReady() && session.summon());
         Seat &seat = session.seat;
-        QVERIFY(session.summon());
         // The pointer was elsewhere: nobody has seen the button yet when it is clicked.
         seat.moveMouse({5, 5});
         QVERIFY(session.openGrid());
@@ -49,11 +48,11 @@ private Q_SLOTS:
         QVERIFY(waitUntil(menuIsOpen));
         seat.press("Escape");
         QVERIFY(waitUntil([&] { return !menuIsOpen(); }));
-        QCOMPARE(seat.pixel(session.on(tileCenter(1) + QPoint(0, 30))), tileInLight);
+        const QPoint inTile = session.on(tileCenter(1) + QPoint(0, 30));
+        QVERIFY(waitUntil([&] { return seat.pixel(inTile) == tileInLight; }));
         seat.click(session.on(tileCenter(1)), 3);
         QVERIFY(waitUntil(menuIsOpen));
-        seat.press("Down");
-        seat.press("Return");
+        seat.press("Down Return");
         const QPoint dot = tileCenter(1) + QPoint(70 - 8, -40 + 7);
         QVERIFY(waitUntil([&] { return seat.pixel(session.on(dot)) == yellow; }));
 
@@ -77,17 +76,14 @@ private Q_SLOTS:
     void theKeyboardWalksOpensAndDeletes()
     {
         Session session({}, threeNotes());
-        QVERIFY(session.isReady());
+        QVERIFY(session.isReady() && session.summon());
         Seat &seat = session.seat;
-        QVERIFY(session.summon());
         QVERIFY(session.openGrid());
         seat.moveMouse({5, 5});
         const auto without = windowsOnTop(seat);
-        for (const char *key : {"Right", "Down", "Up", "Right", "Left", "Menu"})
-            QVERIFY(seat.press(key));
+        QVERIFY(seat.press("Right Down Up Right Left Menu"));
         QVERIFY(waitUntil([&] { return windowsOnTop(seat) > without; }));
-        for (const char *key : {"Down", "Down", "Return"})
-            seat.press(key);
+        seat.press("Down Down Return");
         QVERIFY(waitUntil([&] { return session.desktop.notes().size() == 2; }));
         const QStringList left = session.desktop.noteBodies();
 

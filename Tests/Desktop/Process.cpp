@@ -10,7 +10,7 @@ namespace {
 
 constexpr auto pollPeriod = std::chrono::milliseconds(5);
 constexpr int millisecondsToEnd = 3000;
-constexpr int millisecondsOfPatience = std::chrono::milliseconds(patience).count();
+constexpr int millisecondsOfPatience = patience.count();
 
 } // namespace
 
@@ -40,8 +40,7 @@ Process::Process(const QString &program, const QStringList &arguments,
 Process::~Process()
 {
     terminate();
-    if (m_process.state() != QProcess::NotRunning &&
-        !m_process.waitForFinished(millisecondsToEnd)) {
+    if (isAlive() && !m_process.waitForFinished(millisecondsToEnd)) {
         m_process.kill();
         m_process.waitForFinished(millisecondsToEnd);
     }
@@ -61,12 +60,11 @@ void Process::write(const QByteArray &input)
 
 void Process::terminate()
 {
-    if (m_process.state() != QProcess::NotRunning)
+    if (isAlive())
         m_process.terminate();
 }
 
 bool Process::waitForEnd()
 {
-    return m_process.state() == QProcess::NotRunning ||
-           m_process.waitForFinished(millisecondsOfPatience);
+    return !isAlive() || m_process.waitForFinished(millisecondsOfPatience);
 }

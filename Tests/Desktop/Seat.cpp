@@ -14,6 +14,8 @@ namespace {
 
 constexpr std::uint32_t longestProperty = 1U << 20;
 constexpr int dragSteps = 8;
+/// Milliseconds before each key. A press at the very moment of a release looks like a repetition.
+constexpr std::uint32_t betweenKeys = 2;
 
 struct FreeReply
 {
@@ -51,8 +53,13 @@ struct Seat::Key
 Seat::Seat(const QByteArray &display)
     : m_connection(std::make_unique<Connection>(display))
 {
-    if (isConnected())
-        m_root = xcb_setup_roots_iterator(xcb_get_setup(m_connection->raw)).data->root;
+    if (!isConnected())
+        return;
+    m_root = xcb_setup_roots_iterator(xcb_get_setup(m_connection->raw)).data->root;
+    // On a machine that stands still between a press and its release the key would repeat.
+    const std::uint32_t never = XCB_AUTO_REPEAT_MODE_OFF;
+    xcb_change_keyboard_control(m_connection->raw, XCB_KB_AUTO_REPEAT_MODE, &never);
+    flush();
 }
 
 Seat::~Seat() = default;
@@ -97,20 +104,32 @@ std::vector<std::uint8_t> Seat::keysOf(const char *chord) const
     return keys;
 }
 
+bool Seat::press(const char *chords)
+{
+    std::vector<std::vector<std::uint8_t>> all;
+    for (const auto &chord : QByteArray(chords).split(' '))
+        all.push_back(keysOf(chord));
+    for (const auto &keys : all) {
+        fakeAll(XCB_KEY_PRESS, keys, betweenKeys);
+        fakeAll(XCB_KEY_RELEASE, {keys.rbegin(), keys.rend()});
+    }
+    flush();
+    return std::none_of(all.begin(), all.end(), [](const auto &keys) { return keys.empty(); });
+}
+
 bool Seat::keyDown(const char *chord)
 {
     const auto keys = keysOf(chord);
-    for (const auto key : keys)
-        fake(XCB_KEY_PRESS, key);
+    fakeAll(XCB_KEY_PRESS, keys);
+    flush();
     return !keys.empty();
 }
 
 bool Seat::keyUp(const char *chord)
 {
-    auto keys = keysOf(chord);
-    std::reverse(keys.begin(), keys.end());
-    for (const auto key : keys)
-        fake(XCB_KEY_RELEASE, key);
+    const auto keys = keysOf(chord);
+    fakeAll(XCB_KEY_RELEASE, {keys.rbegin(), keys.rend()});
+    flush();
     return !keys.empty();
 }
 
@@ -124,11 +143,12 @@ bool Seat::type(const QString &text)
             return false;
         if (key.shifted)
             fake(XCB_KEY_PRESS, shift);
-        fake(XCB_KEY_PRESS, key.code);
+        fake(XCB_KEY_PRESS, key.code, {}, betweenKeys);
         fake(XCB_KEY_RELEASE, key.code);
         if (key.shifted)
             fake(XCB_KEY_RELEASE, shift);
     }
+    flush();
     return true;
 }
 
@@ -167,33 +187,46 @@ bool Seat::isTaken(const char *chord)
     return !isFree;
 }
 
-void Seat::fake(std::uint8_t type, std::uint8_t detail, QPoint position)
+void Seat::fake(std::uint8_t type, std::uint8_t detail, QPoint position, std::uint32_t delay)
 {
-    xcb_test_fake_input(m_connection->raw, type, detail, XCB_CURRENT_TIME, m_root,
+    xcb_test_fake_input(m_connection->raw, type, detail, delay, m_root,
                         static_cast<std::int16_t>(position.x()),
                         static_cast<std::int16_t>(position.y()), 0);
+}
+
+void Seat::fakeAll(std::uint8_t type, const std::vector<std::uint8_t> &keys, std::uint32_t delay)
+{
+    for (const auto key : keys)
+        fake(type, key, {}, delay);
+}
+
+void Seat::flush()
+{
     xcb_flush(m_connection->raw);
 }
 
 void Seat::moveMouse(QPoint position)
 {
     fake(XCB_MOTION_NOTIFY, 0, position);
+    flush();
 }
 
 void Seat::click(QPoint position, int button)
 {
-    moveMouse(position);
+    fake(XCB_MOTION_NOTIFY, 0, position);
     fake(XCB_BUTTON_PRESS, static_cast<std::uint8_t>(button));
     fake(XCB_BUTTON_RELEASE, static_cast<std::uint8_t>(button));
+    flush();
 }
 
 void Seat::drag(QPoint from, QPoint to)
 {
-    moveMouse(from);
+    fake(XCB_MOTION_NOTIFY, 0, from);
     fake(XCB_BUTTON_PRESS, 1);
     for (int step = 1; step <= dragSteps; ++step)
-        moveMouse(from + (to - from) * step / dragSteps);
+        fake(XCB_MOTION_NOTIFY, 0, from + (to - from) * step / dragSteps);
     fake(XCB_BUTTON_RELEASE, 1);
+    flush();
 }
 
 std::uint32_t Seat::atom(const char *name) const

@@ -25,8 +25,10 @@ public:
     [[nodiscard]] bool isConnected() const;
 
     // Keyboard. A chord is written like "ctrl+shift+space": ctrl, shift, alt, then
-    // an X key name. False when the keyboard has no such key.
-    bool press(const char *chord) { return keyDown(chord) && keyUp(chord); }
+    // an X key name. False when the keyboard has no such key. Keys that are held do not repeat.
+    /// Several with blanks between them. They are sent at once: a pause of the test is none for
+    /// the keys.
+    bool press(const char *chords);
     bool keyDown(const char *chord);
     bool keyUp(const char *chord);
     /// Types characters that the keyboard has plain or with Shift; '\n' is Return.
@@ -72,7 +74,11 @@ private:
     [[nodiscard]] Key keyFor(std::uint32_t symbol) const;
     [[nodiscard]] std::vector<std::uint8_t> keysOf(const char *chord) const;
     [[nodiscard]] static std::uint16_t modifiersOf(const char *chord);
-    void fake(std::uint8_t type, std::uint8_t detail, QPoint position = {});
+    /// The server waits the delay out first, in milliseconds. Nothing is sent before a flush.
+    void fake(std::uint8_t type, std::uint8_t detail, QPoint position = {},
+              std::uint32_t delay = 0);
+    void fakeAll(std::uint8_t type, const std::vector<std::uint8_t> &keys, std::uint32_t delay = 0);
+    void flush();
 
     std::unique_ptr<Connection> m_connection;
     Window m_root = 0;

@@ -63,6 +63,19 @@ void Session::startBrevio()
     brevio = desktop.startBrevio();
 }
 
+bool Session::ends()
+{
+    const auto id = static_cast<std::uint32_t>(brevio->id());
+    const auto isItsWindow = [&](Seat::Window window) {
+        return seat.property(window, "_NET_WM_PID") == std::vector{id};
+    };
+    // The server may hear of the end of a program after those who waited for it.
+    return brevio->waitForEnd() && brevio->exitCode() == 0 && waitUntil([&] {
+               const auto all = seat.children(seat.root());
+               return std::none_of(all.begin(), all.end(), isItsWindow);
+           });
+}
+
 bool Session::shortcutIsInForce()
 {
     return waitUntil([this] { return seat.isTaken(shortcut); });

@@ -17,6 +17,9 @@ public:
     [[nodiscard]] bool isReady();
     /// Anew, after it ended.
     void startBrevio();
+    /// Whether it ends by itself, with success. From then on no window or grabbed key is left of
+    /// it.
+    [[nodiscard]] bool ends();
     [[nodiscard]] bool shortcutIsInForce();
 
     /// Presses the shortcut; true once the card is there and has the keyboard.
