@@ -59,6 +59,7 @@ protected:
 private:
     [[nodiscard]] X11::Window handle() const { return static_cast<X11::Window>(m_window.winId()); }
     [[nodiscard]] bool isComposed() const { return m_server.ownerOf("_NET_WM_CM_S0") != 0; }
+    void paintAhead();
     void cutCorners(bool isComposed);
     void showOpacity(bool isComposed);
     void stateWishes();
@@ -103,6 +104,17 @@ void X11PanelWindow::present()
     m_window.raise();
     if (!wasVisible || m_server.focus() != handle())
         takeKeyboard(hasManager);
+    if (!wasVisible)
+        paintAhead();
+}
+
+/// Paints while the window manager is at work, so that only copying is left when it is done.
+void X11PanelWindow::paintAhead()
+{
+    m_window.setAttribute(Qt::WA_Mapped); // else Qt waits for the window to appear
+    // The showing has asked for the whole to be painted later; once is enough.
+    QCoreApplication::removePostedEvents(&m_window, QEvent::UpdateLater);
+    m_window.repaint();
 }
 
 /// A mask set on a visible window would only count at its next showing, and a compositor may come
