@@ -117,7 +117,7 @@ private Q_SLOTS:
         QVERIFY(!host.waitForItem().isEmpty());
         session.seat.press("Escape");
         QVERIFY(waitUntil([&] { return session.preferences() == 0; }));
-        QVERIFY(gridShows());
+        QVERIFY(waitUntil(gridShows));
 
         QVERIFY(host.choose(commands[7]));
         QVERIFY(session.brevio->waitForEnd());
