@@ -64,7 +64,11 @@ private Q_SLOTS:
         const auto window = session.preferences();
         // The card is beside and below; the preferences stay above it when it is clicked.
         const QPoint covered = session.seat.geometry(window).center();
-        const QColor above = session.seat.pixel(covered);
+        QColor above;
+        QVERIFY(waitUntil([&] {
+            return (above = session.seat.pixel(covered)) !=
+                   session.seat.pixel(session.on({6, 140}));
+        }));
         for (int i = 0; i < 2; ++i) {
             session.seat.click(session.on({6, 140}));
             QVERIFY(session.cardIsUp());
