@@ -35,6 +35,14 @@ double shakeOffset(double progress)
     return std::lerp(shakeOffsets[index], shakeOffsets[index + 1], place - before);
 }
 
+bool isOnSomeScreen(QPointF origin, const std::vector<Platform::Screen> &screens)
+{
+    const QRectF frame(origin, QSizeF(panelSize));
+    return std::any_of(screens.begin(), screens.end(), [&](const Platform::Screen &screen) {
+        return screen.visibleFrame.intersects(frame);
+    });
+}
+
 } // namespace
 
 CardPanel::CardPanel(Platform::UserDefaults &defaults, Platform::Screens &screens,
@@ -63,11 +71,12 @@ void CardPanel::setContentView(QWidget *view)
 void CardPanel::restoreOrigin()
 {
     stopShaking();
+    const auto screens = m_screens.list();
     const auto saved = loadSavedOrigin();
-    if (saved && originIsOnSomeScreen(*saved))
+    if (saved && isOnSomeScreen(*saved, screens))
         setOrigin(*saved);
-    else
-        centerOnCursorScreen();
+    else if (!screens.empty())
+        centerOnCursorScreen(screens);
 }
 
 void CardPanel::persistOrigin()
@@ -89,26 +98,18 @@ std::optional<QPointF> CardPanel::loadSavedOrigin() const
     return QPointF(x.toDouble(), y.toDouble());
 }
 
-bool CardPanel::originIsOnSomeScreen(QPointF origin) const
+void CardPanel::centerOnCursorScreen(const std::vector<Platform::Screen> &screens)
 {
-    const QRectF frame(origin, QSizeF(panelSize));
-    const auto screens = m_screens.list();
-    return std::any_of(screens.begin(), screens.end(), [&](const Platform::Screen &screen) {
-        return screen.visibleFrame.intersects(frame);
-    });
-}
-
-void CardPanel::centerOnCursorScreen()
-{
-    const auto screens = m_screens.list();
-    if (screens.empty())
-        return;
-    const QPointF mouse = m_screens.mouseLocation();
-    auto chosen = std::find_if(screens.begin(), screens.end(), [&](const Platform::Screen &screen) {
-        return Platform::containsPixel(screen.frame, mouse);
-    });
-    if (chosen == screens.end())
-        chosen = screens.begin();
+    auto chosen = screens.begin();
+    // The pointer is a question to the server, and the answer is known when there is one screen.
+    if (screens.size() > 1) {
+        const QPointF mouse = m_screens.mouseLocation();
+        const auto found = std::find_if(screens.begin(), screens.end(), [&](const auto &screen) {
+            return Platform::containsPixel(screen.frame, mouse);
+        });
+        if (found != screens.end())
+            chosen = found;
+    }
     setOrigin(chosen->visibleFrame.center() -
               QPointF(panelSize.width() / 2.0, panelSize.height() / 2.0));
 }

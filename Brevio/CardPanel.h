@@ -65,8 +65,7 @@ protected:
 
 private:
     [[nodiscard]] std::optional<QPointF> loadSavedOrigin() const;
-    [[nodiscard]] bool originIsOnSomeScreen(QPointF origin) const;
-    void centerOnCursorScreen();
+    void centerOnCursorScreen(const std::vector<Platform::Screen> &screens);
     void setOrigin(QPointF origin);
     void placeAt(QPointF origin);
     void stopShaking();

@@ -59,44 +59,78 @@ protected:
 private:
     [[nodiscard]] X11::Window handle() const { return static_cast<X11::Window>(m_window.winId()); }
     [[nodiscard]] bool isComposed() const { return m_server.ownerOf("_NET_WM_CM_S0") != 0; }
-    void cutCorners();
+    void paintAhead();
+    void cutCorners(bool isComposed);
+    void showOpacity(bool isComposed);
     void stateWishes();
     void restateSticky();
     void noticeKeyboard();
-    void takeKeyboard();
+    void takeKeyboard(bool hasManager);
 
     X11::Server m_server = *X11::Server::current();
     QWidget &m_window;
     double m_cornerRadius;
     double m_opacity = 1.0;
+    /// What the window's mask was made for, once there is one.
+    struct Cut
+    {
+        QSize size;
+        bool isForComposed;
+        bool operator==(const Cut &) const = default;
+    };
+    std::optional<Cut> m_cut;
     /// Who had the keyboard before us. Only kept where no window manager remembers it.
     X11::Window m_previousFocus = 0;
+    /// Whether the window manager has let the window appear. Until then its state changes by our
+    /// own wishes alone.
+    bool m_isMapped = false;
     /// When the keyboard was asked for, until it came.
     std::optional<SteadyClock::time_point> m_asked;
 };
 
 void X11PanelWindow::present()
 {
-    if (!m_window.isVisible()) {
-        cutCorners();
+    const bool wasVisible = m_window.isVisible();
+    if (!wasVisible) {
+        const bool composed = isComposed();
+        cutCorners(composed);
+        showOpacity(composed);
         stateWishes();
-        setOpacity(m_opacity);
+        m_isMapped = false;
     }
+    // Asked before the window manager is given work: during that it lets nobody else be answered.
+    const bool hasManager = m_server.hasManager();
     m_window.show();
     m_window.raise();
-    takeKeyboard();
+    if (!wasVisible || m_server.focus() != handle())
+        takeKeyboard(hasManager);
+    if (!wasVisible)
+        paintAhead();
+}
+
+/// Paints while the window manager is at work, so that only copying is left when it is done.
+void X11PanelWindow::paintAhead()
+{
+    m_window.setAttribute(Qt::WA_Mapped); // else Qt waits for the window to appear
+    // The showing has asked for the whole to be painted later; once is enough.
+    QCoreApplication::removePostedEvents(&m_window, QEvent::UpdateLater);
+    m_window.repaint();
 }
 
 /// A mask set on a visible window would only count at its next showing, and a compositor may come
 /// and go between two of them.
-void X11PanelWindow::cutCorners()
+void X11PanelWindow::cutCorners(bool isComposed)
 {
+    const Cut cut{m_window.size(), isComposed};
+    if (m_cut == cut)
+        return;
+    m_cut = cut;
     QBitmap mask(m_window.size());
     mask.fill(Qt::color0);
     QPainter painter(&mask);
     painter.setPen(Qt::NoPen);
     painter.setBrush(Qt::color1);
-    const double radius = m_cornerRadius + (isComposed() ? -outsideSmoothEdge : insideSmoothEdge);
+    const double radius = m_cornerRadius + (isComposed ? -outsideSmoothEdge : insideSmoothEdge);
     painter.drawRoundedRect(QRectF(m_window.rect()), radius, radius);
     painter.end();
     m_window.setMask(mask);
@@ -116,17 +150,14 @@ void X11PanelWindow::stateWishes()
         m_server.setValues(handle(), "_NET_WM_USER_TIME", "CARDINAL", {time});
 }
 
-void X11PanelWindow::takeKeyboard()
+void X11PanelWindow::takeKeyboard(bool hasManager)
 {
-    const auto focus = m_server.focus();
-    if (focus == handle())
-        return;
     m_asked = SteadyClock::now();
-    if (m_server.hasManager()) {
+    if (hasManager) {
         m_previousFocus = 0;
         m_server.tellManager(handle(), "_NET_ACTIVE_WINDOW", {sourceUser, UserTime::latest(), 0});
     } else {
-        m_previousFocus = focus;
+        m_previousFocus = m_server.focus();
         // Qt's request to show the window is ahead of this one on the same connection.
         m_server.setFocus(handle(), 0);
     }
@@ -154,7 +185,14 @@ bool X11PanelWindow::isKey() const
 void X11PanelWindow::setOpacity(double opacity)
 {
     m_opacity = opacity;
-    m_window.setWindowOpacity(isComposed() ? opacity : 1.0);
+    // What a hidden window has missed is made up for when it is presented.
+    if (m_window.isVisible())
+        showOpacity(isComposed());
+}
+
+void X11PanelWindow::showOpacity(bool isComposed)
+{
+    m_window.setWindowOpacity(isComposed ? m_opacity : 1.0);
 }
 
 bool X11PanelWindow::eventFilter(QObject *watched, QEvent *event)
@@ -169,16 +207,27 @@ bool X11PanelWindow::nativeEventFilter(const QByteArray &, void *message, qintpt
     if (m_window.internalWinId() == 0)
         return false; // and none is made for an event of another window
     const auto *event = static_cast<const xcb_generic_event_t *>(message);
+    const auto kind = event->response_type & ~sentByClient;
     // Qt drops the activation of a window that loses the keyboard again at once.
-    if ((event->response_type & ~sentByClient) == XCB_FOCUS_IN &&
+    if (kind == XCB_FOCUS_IN &&
         reinterpret_cast<const xcb_focus_in_event_t *>(event)->event == handle()) {
         m_asked.reset();
         QMetaObject::invokeMethod(this, &X11PanelWindow::noticeKeyboard, Qt::QueuedConnection);
     }
-    if ((event->response_type & ~sentByClient) == XCB_PROPERTY_NOTIFY && m_window.isVisible()) {
+    if (kind == XCB_MAP_NOTIFY &&
+        reinterpret_cast<const xcb_map_notify_event_t *>(event)->window == handle()) {
+        m_isMapped = true;
+        // Painting comes first.
+        QMetaObject::invokeMethod(this, &X11PanelWindow::restateSticky, Qt::QueuedConnection);
+    }
+    if (kind == XCB_PROPERTY_NOTIFY) {
         const auto *change = reinterpret_cast<const xcb_property_notify_event_t *>(event);
-        if (change->window == handle() && change->atom == m_server.atom("_NET_WM_STATE"))
+        if (change->window == handle() && change->atom == m_server.atom("_NET_WM_STATE")) {
+            // Qt would read each of the wishes again; with the mapping it reads the outcome anyway.
+            if (!m_isMapped)
+                return true;
             restateSticky();
+        }
     }
     return false;
 }
@@ -195,10 +244,15 @@ void X11PanelWindow::noticeKeyboard()
 /// Some window managers keep the window on all workspaces and yet leave that out of its state.
 void X11PanelWindow::restateSticky()
 {
+    if (!m_window.isVisible())
+        return;
     const auto sticky = m_server.atom("_NET_WM_STATE_STICKY");
-    auto states = m_server.values(handle(), "_NET_WM_STATE");
+    const auto stateQuestion = m_server.ask(handle(), "_NET_WM_STATE");
+    const auto desktopQuestion = m_server.ask(handle(), "_NET_WM_DESKTOP");
+    auto states = m_server.answer(stateQuestion);
+    const auto desktop = m_server.answer(desktopQuestion);
     if (states.empty() || std::find(states.begin(), states.end(), sticky) != states.end() ||
-        m_server.values(handle(), "_NET_WM_DESKTOP") != std::vector{allDesktops})
+        desktop != std::vector{allDesktops})
         return;
     states.push_back(sticky);
     m_server.setValues(handle(), "_NET_WM_STATE", "ATOM", states);

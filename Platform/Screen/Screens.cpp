@@ -18,8 +18,10 @@ public:
     std::vector<Screen> list() const override
     {
         std::vector<Screen> screens;
-        for (const QScreen *screen : QGuiApplication::screens())
-            screens.push_back({flipped(screen->geometry()), flipped(WorkArea::of(*screen))});
+        const auto present = QGuiApplication::screens();
+        const auto areas = WorkArea::of(present);
+        for (std::size_t i = 0; i < areas.size(); ++i)
+            screens.push_back({flipped(present[qsizetype(i)]->geometry()), flipped(areas[i])});
         return screens;
     }
 

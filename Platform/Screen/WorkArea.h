@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QList>
 #include <QRect>
 
 #include <vector>
@@ -22,7 +23,8 @@ struct Strut
 /// growing downwards. A strut that would leave nothing is ignored.
 [[nodiscard]] QRect withoutStruts(QRect monitor, QSize desktop, const std::vector<Strut> &struts);
 
-/// The part of the screen that bars and docks leave free, now, in Qt's coordinates.
-[[nodiscard]] QRectF of(const QScreen &screen);
+/// The part of each screen that bars and docks leave free, now, in Qt's coordinates. To be asked of
+/// all screens at once.
+[[nodiscard]] std::vector<QRectF> of(const QList<QScreen *> &screens);
 
 } // namespace Platform::WorkArea

@@ -86,13 +86,6 @@ std::optional<Server> Server::current()
     return server;
 }
 
-QSize Server::desktopSize() const
-{
-    const ReplyPointer<xcb_get_geometry_reply_t> reply(
-        xcb_get_geometry_reply(m_connection, xcb_get_geometry(m_connection, m_root), nullptr));
-    return reply ? QSize(reply->width, reply->height) : QSize();
-}
-
 Atom Server::atom(const QByteArray &name) const
 {
     static auto atoms = usualAtoms(m_connection);
@@ -127,6 +120,18 @@ std::vector<std::uint32_t> Server::answer(Question question) const
         return {};
     const auto *values = static_cast<const std::uint32_t *>(xcb_get_property_value(reply.get()));
     return {values, values + reply->value_len};
+}
+
+Server::Question Server::askDesktopSize() const
+{
+    return {xcb_get_geometry(m_connection, m_root).sequence};
+}
+
+QSize Server::desktopSize(Question question) const
+{
+    const ReplyPointer<xcb_get_geometry_reply_t> reply(
+        xcb_get_geometry_reply(m_connection, {question.sequence}, nullptr));
+    return reply ? QSize(reply->width, reply->height) : QSize();
 }
 
 void Server::setValues(Window window, const QByteArray &property, const QByteArray &type,

@@ -24,15 +24,13 @@ public:
 
     [[nodiscard]] xcb_connection_t *connection() const { return m_connection; }
     [[nodiscard]] Window root() const { return m_root; }
-    /// In device pixels, over all monitors.
-    [[nodiscard]] QSize desktopSize() const;
-
     /// Asks the server once for each name.
     [[nodiscard]] Atom atom(const QByteArray &name) const;
     /// None when nobody owns it.
     [[nodiscard]] Window ownerOf(const QByteArray &selection) const;
 
-    /// A property that is asked for and not yet answered.
+    /// What is asked for and not yet answered. Several are best asked before the first answer is
+    /// waited for; each must be answered, once.
     struct Question
     {
         unsigned int sequence;
@@ -44,6 +42,10 @@ public:
     {
         return answer(ask(window, property));
     }
+
+    /// In device pixels, over all monitors.
+    [[nodiscard]] Question askDesktopSize() const;
+    [[nodiscard]] QSize desktopSize(Question question) const;
 
     void setValues(Window window, const QByteArray &property, const QByteArray &type,
                    const std::vector<std::uint32_t> &values) const;
