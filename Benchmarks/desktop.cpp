@@ -22,7 +22,7 @@ namespace {
 constexpr int starts = 15;
 constexpr int summonings = 40;
 constexpr auto idleTime = 10s;
-constexpr auto samplePeriod = 20ms;
+constexpr auto samplePeriod = 100ms;
 constexpr double blinksPerSecond = 2.0;
 constexpr double twoFrames = 2000.0 / 60.0;
 constexpr auto chord = "ctrl+shift+space";
@@ -245,7 +245,7 @@ double waits(const Process &process)
 /// sample counts once.
 double wakeUpsPerSecond(const Process &process)
 {
-    std::this_thread::sleep_for(1s); // the save's delay and the last fade
+    std::this_thread::sleep_for(2s); // the save's delay and the last fade
     const Measure::Stopwatch watch;
     int wakeUps = 0;
     double before = waits(process);
