@@ -220,8 +220,10 @@ private Q_SLOTS:
                                  [](const Copy &copy) { return copy.isRunning(); });
         };
         QTRY_COMPARE_WITH_TIMEOUT(running(), 1, howLong);
-        for (auto &copy : copies)
-            QVERIFY(copy.isRunning() ? copy.says("first\nlaunched") : copy.endsSaying("second\n"));
+        for (auto &copy : copies) {
+            QVERIFY2(copy.isRunning() ? copy.says("first\nlaunched") : copy.endsSaying("second\n"),
+                     copy.said().constData());
+        }
     }
 
     void aBusyFirstCopyHearsOfItLater_data() { addRows(); }

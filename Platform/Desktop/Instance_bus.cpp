@@ -1,6 +1,7 @@
 #include "Platform/Core/SessionBus.h"
 #include "Platform/Desktop/InstanceBackends.h"
 
+#include <QCoreApplication>
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
 #include <QDBusMessage>
@@ -44,10 +45,18 @@ class BusDoor final : public QObject
     Q_OBJECT
 
 public:
-    explicit BusDoor(InstanceDelivery deliver)
-        : m_deliver(std::move(deliver))
+    BusDoor(QString path, InstanceDelivery deliver)
+        : m_path(std::move(path))
+        , m_deliver(std::move(deliver))
     {}
-    ~BusDoor() override { QDBusConnection::disconnectFromBus(connectionName); }
+    ~BusDoor() override
+    {
+        // A call that has come and waits for the event loop is refused through the connection: it
+        // must not be left to what destroys this after the connection is gone.
+        QDBusConnection(connectionName).unregisterObject(m_path);
+        QCoreApplication::removePostedEvents(this);
+        QDBusConnection::disconnectFromBus(connectionName);
+    }
 
 public Q_SLOTS:
     void Activate(const QVariantMap &platformData) { m_deliver({}, markIn(platformData)); }
@@ -69,6 +78,7 @@ private:
                                    : startupId;
     }
 
+    QString m_path;
     InstanceDelivery m_deliver;
 };
 
@@ -99,11 +109,12 @@ InstanceClaim claimBusName(const QString &applicationId, const StartupMarks &mar
 {
     if (!hasSessionBus())
         return {};
-    auto door = std::make_shared<BusDoor>(std::move(deliver));
+    const QString path = pathFor(applicationId);
+    auto door = std::make_shared<BusDoor>(path, std::move(deliver));
     auto bus = QDBusConnection::connectToBus(QDBusConnection::SessionBus, connectionName);
     // The object first: a call that comes right after the name would find nothing.
-    if (!bus.isConnected() || !bus.registerObject(pathFor(applicationId), applicationInterface,
-                                                  door.get(), QDBusConnection::ExportAllSlots)) {
+    if (!bus.isConnected() || !bus.registerObject(path, applicationInterface, door.get(),
+                                                  QDBusConnection::ExportAllSlots)) {
         qCWarning(instanceLog) << "no session bus:" << bus.lastError().message();
         return {};
     }
