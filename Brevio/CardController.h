@@ -98,7 +98,8 @@ private:
     /// Copies the card's text into the active note; the first text that is not blank creates it.
     void flushTextToStore();
     void storeText(const QString &text);
-    /// Puts words that were recognised late into the note that the card has left, or a new one.
+    /// Puts words that were recognised late into the note that the card has left, or a new one,
+    /// which is returned; none when there is no place for them any more.
     std::optional<QUuid> storeLateText(const std::optional<QUuid> &id,
                                        const Correction &correction);
     void discardActiveIfEmpty();
@@ -140,9 +141,9 @@ private:
 
     CardMode m_mode = CardMode::Card;
     std::optional<QUuid> m_activeNoteID;
-    bool m_activeNoteIsNew = true;              ///< begun on this card, also once its record exists
-    QString m_activeNoteOriginalBody;           ///< what a discard goes back to
-    Instant m_activeNoteOriginalLastEditedAt{}; ///< likewise
+    bool m_activeNoteIsNew = true;    ///< begun on this card, also once its record exists
+    QString m_activeNoteOriginalBody; ///< what a discard goes back to
+    Instant m_activeNoteOriginalLastEditedAt = Instant::min(); ///< likewise
 
     bool m_optionHeld = false;
     std::unique_ptr<CardDictation> m_dictation;
