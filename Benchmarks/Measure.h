@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Brevio/Note.h"
+#include "Brevio/Notes/Note.h"
 
 #include <algorithm>
 #include <chrono>

@@ -3,7 +3,7 @@
 
 #include "Tests/Desktop/Desktop.h"
 #include "Benchmarks/Measure.h"
-#include "Brevio/StoreFile.h"
+#include "Brevio/Notes/StoreFile.h"
 
 #include <QCoreApplication>
 #include <QDir>

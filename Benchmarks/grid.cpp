@@ -2,7 +2,7 @@
 // notes; each against a grid of one note.
 
 #include "Benchmarks/Measure.h"
-#include "Brevio/GridContentView.h"
+#include "Brevio/Grid/GridContentView.h"
 
 #include <QApplication>
 #include <QWheelEvent>

@@ -2,12 +2,12 @@
 // while somebody dictates.
 
 #include "Benchmarks/Measure.h"
-#include "Brevio/BoundedTextView.h"
-#include "Brevio/CardController.h"
-#include "Brevio/CardPanel.h"
-#include "Brevio/NoteStore.h"
-#include "Brevio/Settings.h"
-#include "Brevio/StoreFile.h"
+#include "Brevio/Card/CardController.h"
+#include "Brevio/Card/CardPanel.h"
+#include "Brevio/Notes/NoteStore.h"
+#include "Brevio/Notes/StoreFile.h"
+#include "Brevio/Preferences/Settings.h"
+#include "Brevio/Text/BoundedTextView.h"
 #include "Platform/Storage/Files.h"
 #include "Tests/Support/FakeAppearance.h"
 #include "Tests/Support/FakeCloudDrive.h"

@@ -1,8 +1,8 @@
 // What reading and writing a large store costs.
 
 #include "Benchmarks/Measure.h"
-#include "Brevio/NoteStore.h"
-#include "Brevio/StoreFile.h"
+#include "Brevio/Notes/NoteStore.h"
+#include "Brevio/Notes/StoreFile.h"
 #include "Platform/Storage/Files.h"
 #include "Tests/Support/FakeCloudDrive.h"
 

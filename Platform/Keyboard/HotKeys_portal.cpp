@@ -1,7 +1,7 @@
 #include "Platform/Keyboard/HotKeysBackends.h"
 
+#include "Platform/Core/Portal.h"
 #include "Platform/Core/UserTime.h"
-#include "Platform/Desktop/Portal.h"
 #include "Platform/Keyboard/KeyboardLayout.h"
 
 #include <QDBusArgument>

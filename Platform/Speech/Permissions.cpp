@@ -1,6 +1,6 @@
 #include "Platform/Speech/Permissions.h"
 
-#include "Platform/Desktop/Portal.h"
+#include "Platform/Core/Portal.h"
 #include "Platform/Screen/Alert.h"
 #include "Platform/Storage/UserDefaults.h"
 

@@ -1,0 +1,58 @@
+#include "Brevio/Text/TypingAids.h"
+
+#include "Brevio/Text/BoundedTextView.h"
+#include "Brevio/Text/TextMeasure.h"
+
+#include <QTextDocument>
+
+#include <utility>
+
+namespace Brevio {
+
+namespace {
+
+/// A dash and a quotation mark can fall due with one key.
+constexpr int mostAtOnce = 3;
+
+} // namespace
+
+TypingAids::TypingAids(BoundedTextView &view)
+    : m_view(view)
+{}
+
+void TypingAids::start(Substitutions substitutions)
+{
+    m_substitutions = std::move(substitutions);
+}
+
+void TypingAids::keyWasTyped(const QString &typed)
+{
+    if (!m_substitutions || typed.size() != 1)
+        return;
+    const QChar key = typed.front() == u'\r' ? QChar(u'\n') : typed.front();
+    for (int made = 0; made < mostAtOnce; ++made) {
+        QTextCursor cursor = m_view.textCursor();
+        // Position for position what the document holds.
+        QString text = TextMeasure::withLineFeeds(m_view.document()->toRawText());
+        const QStringView written = QStringView(text).left(cursor.position());
+        if (cursor.hasSelection() || (made == 0 && !written.endsWith(key)))
+            return;
+        const auto substitution = m_substitutions->afterTyping(written);
+        if (!substitution)
+            return;
+        const auto &[start, length, put] = *substitution;
+        text.replace(start, length, put);
+        if (m_view.usedHeight(text) > m_view.maxVisibleHeight + BoundedTextView::heightTolerance)
+            return;
+        // Undo puts the caret back to where the editing began.
+        cursor.beginEditBlock();
+        cursor.setPosition(static_cast<int>(start));
+        cursor.setPosition(static_cast<int>(start + length), QTextCursor::KeepAnchor);
+        cursor.insertText(put);
+        cursor.endEditBlock();
+        // The document joins what is typed next to this step unless it counts as unmodified.
+        m_view.document()->setModified(false);
+    }
+}
+
+} // namespace Brevio

@@ -1,6 +1,0 @@
-#include "Brevio/App.h"
-
-int main(int argc, char *argv[])
-{
-    return Brevio::BrevioMain::run(argc, argv);
-}

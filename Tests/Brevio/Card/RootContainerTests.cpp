@@ -1,0 +1,95 @@
+#include "Brevio/Card/CardContentView.h"
+#include "Brevio/Card/RootContainer.h"
+#include "Brevio/Card/ToastView.h"
+#include "Brevio/Text/BoundedTextView.h"
+#include "Tests/Support/FakeAppearance.h"
+#include "Tests/Support/ManualTime.h"
+
+#include <QPainter>
+#include <QTest>
+
+using namespace Brevio;
+using Face = RootContainer::Face;
+
+constexpr int scale = 2;
+
+class RootContainerTests final : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// On a display of twice the resolution, where a picture painted one to one would be too small.
+    static void initMain() { qputenv("QT_SCALE_FACTOR", QByteArray::number(scale)); }
+
+private:
+    /// An opaque grid of one colour.
+    class Grid final : public QWidget
+    {
+    protected:
+        void paintEvent(QPaintEvent *) override { QPainter(this).fillRect(rect(), Qt::blue); }
+    };
+
+    QColor seen(int x, int y)
+    {
+        // Of the window, so that what lies beneath and above is in it.
+        return m_root->grab().toImage().pixelColor(scale * x, scale * y);
+    }
+
+    FakeAppearance m_appearance;
+    ManualQueue m_queue;
+    CardContentView *m_card = nullptr;
+    ToastView *m_toast = nullptr;
+    std::unique_ptr<RootContainer> m_root;
+
+private Q_SLOTS:
+    void init()
+    {
+        m_appearance.setScheme(Platform::ColorScheme::Light);
+        m_card = new CardContentView(m_appearance, m_queue);
+        m_toast = new ToastView(m_appearance);
+        m_root = std::make_unique<RootContainer>(m_card, new Grid, m_toast, m_appearance);
+        m_root->setAttribute(Qt::WA_TranslucentBackground);
+        m_root->setHidden(Face::Grid, true);
+        m_root->show();
+        QVERIFY(QTest::qWaitForWindowActive(m_root.get()));
+        m_card->textView()->setFocus();
+    }
+
+    void facesMixExactlyAndInsideTheShape()
+    {
+        m_card->setPinIndicatorHidden(false);
+        m_root->setHidden(Face::Grid, false);
+        const auto isMix = [this](QPoint place, QColor card, float t) {
+            const QColor color = seen(place.x(), place.y());
+            return std::abs(color.redF() - card.redF() * (1 - t)) < 0.005F &&
+                   std::abs(color.greenF() - card.greenF() * (1 - t)) < 0.005F &&
+                   std::abs(color.blueF() - card.blueF() * (1 - t) - t) < 0.005F;
+        };
+        for (const float t : {0.0F, 0.25F, 0.5F, 1.0F}) {
+            m_root->setAlpha(Face::Grid, t);
+            m_root->setAlpha(Face::Card, 1.0 - t);
+            QVERIFY(isMix({300, 200}, CardContentView::cardCream().light, t));
+            // Where both faces are opaque, the paper does not shine through.
+            QVERIFY(isMix({446, 14}, Platform::systemYellow().light, t));
+            QCOMPARE(seen(0, 0).alpha(), 0);
+        }
+    }
+
+    void aTransparentCardTakesKeysUnderTheToast()
+    {
+        m_root->setAlpha(Face::Card, 0.0);
+        const auto ofTheText = [this] { return m_root->grab({22, 22, 416, 90}).toImage(); };
+        const auto ofTheMessage = [this] { return m_root->grab({180, 125, 100, 30}).toImage(); };
+        const QImage noText = ofTheText();
+        const QImage noMessage = ofTheMessage();
+        m_toast->setMessage(QStringLiteral("Note saved"));
+        m_root->setAlpha(Face::Toast, 1.0);
+        QTest::keyClicks(m_root->focusWidget(), QStringLiteral("still here"));
+        QCOMPARE(m_card->textView()->text(), QStringLiteral("still here"));
+        QCOMPARE(ofTheText(), noText);
+        QVERIFY(ofTheMessage() != noMessage);
+    }
+};
+
+QTEST_MAIN(RootContainerTests)
+#include "RootContainerTests.moc"
