@@ -1,5 +1,6 @@
 #include "Brevio/Card/CardContentView.h"
 
+#include "Brevio/CardColors.h"
 #include "Brevio/Text/BoundedTextView.h"
 #include "Platform/Core/Languages.h"
 #include "Platform/Screen/Fonts.h"
@@ -72,7 +73,7 @@ protected:
         painter.translate((width() - symbolPoints) / 2.0, (height() - symbolPoints) / 2.0);
         const double alpha = isDown() ? m_alpha : m_alpha * symbolInkAlpha;
         painter.fillPath(Platform::Symbols::path(QStringLiteral("square.grid.3x3"), symbolPoints),
-                         cardInk().resolved(m_appearance.scheme(), alpha));
+                         CardColors::cardInk().resolved(m_appearance.scheme(), alpha));
     }
 
 private:
@@ -105,20 +106,6 @@ protected:
 private:
     Platform::Appearance &m_appearance;
 };
-
-const Platform::DynamicColor &CardContentView::cardCream()
-{
-    static const Platform::DynamicColor cream{QColor::fromRgbF(0.996F, 0.988F, 0.948F),
-                                              QColor::fromRgbF(0.13F, 0.112F, 0.082F)};
-    return cream;
-}
-
-const Platform::DynamicColor &CardContentView::cardInk()
-{
-    static const Platform::DynamicColor ink{QColor::fromRgbF(0.137F, 0.118F, 0.09F),
-                                            QColor::fromRgbF(0.94F, 0.92F, 0.86F)};
-    return ink;
-}
 
 CardContentView::CardContentView(Platform::Appearance &appearance, Platform::MainQueue &queue,
                                  QWidget *parent)
@@ -181,7 +168,7 @@ void CardContentView::setPinIndicatorHidden(bool hidden)
 
 void CardContentView::applyColors()
 {
-    m_textView->setColors(cardInk().resolved(m_appearance.scheme()),
+    m_textView->setColors(CardColors::cardInk().resolved(m_appearance.scheme()),
                           selectionColor.resolved(m_appearance.scheme()));
     update();
 }

@@ -26,11 +26,6 @@ class CardContentView final : public QWidget
     Q_OBJECT
 
 public:
-    /// The paper.
-    [[nodiscard]] static const Platform::DynamicColor &cardCream();
-    /// What is written on it.
-    [[nodiscard]] static const Platform::DynamicColor &cardInk();
-
     /// The appearance and the queue must outlive the view.
     CardContentView(Platform::Appearance &appearance, Platform::MainQueue &queue,
                     QWidget *parent = nullptr);

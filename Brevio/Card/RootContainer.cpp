@@ -2,6 +2,7 @@
 
 #include "Brevio/Card/CardContentView.h"
 #include "Brevio/Card/ToastView.h"
+#include "Brevio/CardColors.h"
 
 #include <QPainter>
 
@@ -75,7 +76,7 @@ protected:
             painter.fillPath(corners, Qt::black);
         }
         painter.setCompositionMode(QPainter::CompositionMode_SourceAtop);
-        QPen pen(CardContentView::cardInk().resolved(m_root->m_appearance.scheme(), hairlineAlpha));
+        QPen pen(CardColors::cardInk().resolved(m_root->m_appearance.scheme(), hairlineAlpha));
         pen.setWidthF(hairline);
         const double half = hairline / 2.0;
         painter.strokePath(outline(QRectF(rect()).adjusted(half, half, -half, -half)), pen);
@@ -119,7 +120,7 @@ private:
             adding.drawImage(0, 0, picture);
         }
         QImage sheet = transparentImage();
-        sheet.fill(CardContentView::cardCream().resolved(m_root->m_appearance.scheme()));
+        sheet.fill(CardColors::cardCream().resolved(m_root->m_appearance.scheme()));
         QPainter(&sheet).drawImage(0, 0, faces);
         return sheet;
     }
@@ -207,7 +208,7 @@ void RootContainer::resizeEvent(QResizeEvent *event)
 
 void RootContainer::paintEvent(QPaintEvent *)
 {
-    QPainter(this).fillRect(rect(), CardContentView::cardCream().resolved(m_appearance.scheme()));
+    QPainter(this).fillRect(rect(), CardColors::cardCream().resolved(m_appearance.scheme()));
 }
 
 } // namespace Brevio

@@ -1,6 +1,6 @@
 #include "Brevio/Card/ToastView.h"
 
-#include "Brevio/Card/CardContentView.h"
+#include "Brevio/CardColors.h"
 #include "Platform/Screen/Fonts.h"
 
 #include <QAccessible>
@@ -47,7 +47,7 @@ void ToastView::applyColors()
 {
     QPalette colors = palette();
     colors.setColor(QPalette::WindowText,
-                    CardContentView::cardInk().resolved(m_appearance.scheme(), inkAlpha));
+                    CardColors::cardInk().resolved(m_appearance.scheme(), inkAlpha));
     setPalette(colors);
 }
 

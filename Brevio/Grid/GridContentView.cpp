@@ -1,6 +1,6 @@
 #include "Brevio/Grid/GridContentView.h"
 
-#include "Brevio/Card/CardContentView.h"
+#include "Brevio/CardColors.h"
 #include "Brevio/Grid/GridAccessibility.h"
 #include "Brevio/Grid/OverlayScrollBar.h"
 
@@ -190,8 +190,7 @@ void GridContentView::paintEvent(QPaintEvent *event)
         return;
     const double outset = focusRingGap + focusRingWidth / 2.0;
     painter.setRenderHint(QPainter::Antialiasing);
-    painter.setPen(
-        QPen(CardContentView::cardInk().resolved(scheme, focusRingAlpha), focusRingWidth));
+    painter.setPen(QPen(CardColors::cardInk().resolved(scheme, focusRingAlpha), focusRingWidth));
     painter.drawRoundedRect(
         m_document.tileFrame(*m_focusedTile).adjusted(-outset, -outset, outset, outset),
         focusRingRadius, focusRingRadius);

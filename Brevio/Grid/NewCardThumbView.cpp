@@ -1,6 +1,6 @@
 #include "Brevio/Grid/NewCardThumbView.h"
 
-#include "Brevio/Card/CardContentView.h"
+#include "Brevio/CardColors.h"
 #include "Brevio/Grid/NoteThumbView.h"
 
 #include <QPainter>
@@ -22,10 +22,10 @@ constexpr double plusArm = 9.0; ///< from the centre to each end
 void NewCardThumbView::paint(QPainter &painter, const TileSurroundings &surroundings) const
 {
     const auto scheme = surroundings.scheme;
-    const auto &ink = CardContentView::cardInk();
+    const auto &ink = CardColors::cardInk();
     painter.save();
     placeTile(painter, m_frame, 1.0, surroundings.devicePixelRatio);
-    paintTileSurface(painter, NoteThumbView::thumbFill().resolved(scheme, fillAlpha),
+    paintTileSurface(painter, CardColors::thumbFill().resolved(scheme, fillAlpha),
                      ink.resolved(scheme, borderAlpha), borderWidth, surroundings.devicePixelRatio);
 
     // One path, so that the translucent strokes do not add up where they cross.

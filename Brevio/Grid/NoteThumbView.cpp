@@ -1,6 +1,6 @@
 #include "Brevio/Grid/NoteThumbView.h"
 
-#include "Brevio/Card/CardContentView.h"
+#include "Brevio/CardColors.h"
 #include "Platform/Screen/Fonts.h"
 
 #include <QPainter>
@@ -19,13 +19,6 @@ constexpr double ringWidth = 1.0;
 constexpr double ringAlpha = 0.65;
 
 } // namespace
-
-const Platform::DynamicColor &NoteThumbView::thumbFill()
-{
-    static const Platform::DynamicColor fill{QColor::fromRgbF(0.984F, 0.964F, 0.9F),
-                                             QColor::fromRgbF(0.165F, 0.142F, 0.105F)};
-    return fill;
-}
 
 QRectF NoteThumbView::labelRect()
 {
@@ -47,11 +40,11 @@ ThumbText NoteThumbView::laidOutText() const
 void NoteThumbView::paint(QPainter &painter, const TileSurroundings &surroundings) const
 {
     const auto scheme = surroundings.scheme;
-    const auto &ink = CardContentView::cardInk();
+    const auto &ink = CardColors::cardInk();
     painter.save();
     placeTile(painter, m_frame, m_alpha, surroundings.devicePixelRatio);
-    paintTileSurface(painter, thumbFill().resolved(scheme), ink.resolved(scheme, borderAlpha),
-                     borderWidth, surroundings.devicePixelRatio);
+    paintTileSurface(painter, CardColors::thumbFill().resolved(scheme),
+                     ink.resolved(scheme, borderAlpha), borderWidth, surroundings.devicePixelRatio);
 
     painter.translate(labelRect().topLeft());
     laidOutText().draw(painter, ink.resolved(scheme));

@@ -18,9 +18,6 @@ class NoteThumbView final
 public:
     using Callback = std::function<void(const QUuid &)>;
 
-    /// The paper of the tiles.
-    [[nodiscard]] static const Platform::DynamicColor &thumbFill();
-
     /// Empty until one is set: such a tile reads "(empty)" and ignores clicks.
     [[nodiscard]] const std::optional<Note> &note() const { return m_note; }
     void setNote(std::optional<Note> note) { m_note = std::move(note); }

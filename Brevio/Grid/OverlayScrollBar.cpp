@@ -1,6 +1,6 @@
 #include "Brevio/Grid/OverlayScrollBar.h"
 
-#include "Brevio/Card/CardContentView.h"
+#include "Brevio/CardColors.h"
 
 #include <QMouseEvent>
 #include <QPainter>
@@ -116,7 +116,7 @@ void OverlayScrollBar::paintEvent(QPaintEvent *)
     if (m_alpha <= 0.0)
         return;
     const bool isHeld = m_isHovered || m_grip >= 0.0;
-    const auto &ink = CardContentView::cardInk();
+    const auto &ink = CardColors::cardInk();
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
     painter.setPen(Qt::NoPen);

@@ -1,4 +1,5 @@
 #include "Brevio/Card/CardContentView.h"
+#include "Brevio/CardColors.h"
 #include "Brevio/Text/BoundedTextView.h"
 #include "Tests/Support/FakeAppearance.h"
 #include "Tests/Support/ManualTime.h"
@@ -7,6 +8,7 @@
 #include <QEnterEvent>
 #include <QTest>
 
+namespace CardColors = Brevio::CardColors;
 using namespace std::chrono_literals;
 using Brevio::CardContentView;
 
@@ -44,8 +46,7 @@ private Q_SLOTS:
     void theInkFollowsTheAppearanceInAnOpenCard()
     {
         m_appearance.setScheme(Platform::ColorScheme::Dark);
-        QCOMPARE(m_card->textView()->palette().color(QPalette::Text),
-                 CardContentView::cardInk().dark);
+        QCOMPARE(m_card->textView()->palette().color(QPalette::Text), CardColors::cardInk().dark);
     }
 
     void aCardHoldsElevenLines()

@@ -1,6 +1,7 @@
 #include "Brevio/Card/CardContentView.h"
 #include "Brevio/Card/RootContainer.h"
 #include "Brevio/Card/ToastView.h"
+#include "Brevio/CardColors.h"
 #include "Brevio/Text/BoundedTextView.h"
 #include "Tests/Support/FakeAppearance.h"
 #include "Tests/Support/ManualTime.h"
@@ -68,7 +69,7 @@ private Q_SLOTS:
         for (const float t : {0.0F, 0.25F, 0.5F, 1.0F}) {
             m_root->setAlpha(Face::Grid, t);
             m_root->setAlpha(Face::Card, 1.0 - t);
-            QVERIFY(isMix({300, 200}, CardContentView::cardCream().light, t));
+            QVERIFY(isMix({300, 200}, CardColors::cardCream().light, t));
             // Where both faces are opaque, the paper does not shine through.
             QVERIFY(isMix({446, 14}, Platform::systemYellow().light, t));
             QCOMPARE(seen(0, 0).alpha(), 0);

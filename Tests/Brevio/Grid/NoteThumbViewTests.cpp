@@ -1,3 +1,4 @@
+#include "Brevio/CardColors.h"
 #include "Brevio/Grid/NoteThumbView.h"
 
 #include <QPainter>
@@ -95,7 +96,7 @@ private Q_SLOTS:
         tile.setNote(Note{.id = QUuid::createUuid(), .body = u" "_qs, .isPinned = true});
         tile.setActive(true);
         const QImage marked = painted(tile, ColorScheme::Dark);
-        QCOMPARE(at(plain, 132, 7).rgb(), NoteThumbView::thumbFill().dark.rgb());
+        QCOMPARE(at(plain, 132, 7).rgb(), CardColors::thumbFill().dark.rgb());
         QCOMPARE(at(marked, 132, 7).rgb(), Platform::systemYellow().dark.rgb());
         QVERIFY(at(marked, 70, 0) != at(plain, 70, 0));
     }
