@@ -9,6 +9,7 @@
 #include "Brevio/Preferences/PreferencesWindow.h"
 #include "Brevio/Preferences/Settings.h"
 #include "KeyboardShortcuts/KeyboardShortcuts.h"
+#include "Platform/Core/ApplicationId.h"
 #include "Platform/Core/NotificationCenter.h"
 #include "Platform/Core/SessionBus.h"
 #include "Platform/Core/Termination.h"
@@ -38,6 +39,7 @@
 
 namespace Brevio {
 
+using Platform::applicationId;
 using Platform::LoginItem;
 using Platform::MainQueue;
 using Platform::NotificationCenter;
@@ -46,7 +48,6 @@ using Platform::UserDefaults;
 namespace {
 
 const auto applicationName = QStringLiteral("Brevio");
-const auto applicationId = QStringLiteral("org.brevio.Brevio");
 
 /// The actions of the desktop entry.
 const auto newCardAction = QStringLiteral("new-card");
@@ -70,7 +71,7 @@ void adoptIcon()
 {
     QIcon icon;
     for (const char *size : {"48", "128"})
-        icon.addFile(QStringLiteral(":/org.brevio.Brevio-%1.png").arg(QLatin1String(size)));
+        icon.addFile(QStringLiteral(":/%1-%2.png").arg(applicationId(), QLatin1String(size)));
     QApplication::setWindowIcon(icon);
 }
 
@@ -85,7 +86,7 @@ void AppDelegate::applicationDidFinishLaunching(Platform::Instance &instance)
     m_screens = Platform::Screens::createForDesktop();
     m_keyboardLayout = Platform::KeyboardLayout::create(queue);
     m_hotKeys = Platform::HotKeys::create(
-        *m_keyboardLayout, {QGuiApplication::desktopFileName(), QStringLiteral("summon"),
+        *m_keyboardLayout, {applicationId(), QStringLiteral("summon"),
                             QCoreApplication::translate("GlobalShortcut", "Summon a card")});
     m_menuTracking = std::make_unique<Platform::MenuTracking>(notifications);
     KeyboardShortcuts::setEnvironment(
@@ -105,7 +106,7 @@ void AppDelegate::applicationDidFinishLaunching(Platform::Instance &instance)
     KeyboardShortcuts::setMainMenu(m_mainMenu.get());
     lendMenuKeys(m_controller->panel());
     m_loginItem = LoginItem::create(
-        {applicationId, applicationName, QCoreApplication::applicationFilePath()});
+        {applicationId(), applicationName, QCoreApplication::applicationFilePath()});
     Settings::applyStartAtLogin(m_settings->startAtLogin.get(), *m_loginItem,
                                 LoginItem::Origin::Launch);
     observeSettings();
@@ -240,7 +241,7 @@ int BrevioMain::run(int argc, char *argv[])
     // Beside the connection to the display, which takes as long; without a thread, when waited for.
     const auto fonts = std::async(Platform::Fonts::readInstalled);
     QApplication::setApplicationName(applicationName);
-    QApplication::setDesktopFileName(applicationId);
+    QApplication::setDesktopFileName(applicationId());
     QApplication application(argc, argv);
     // Its windows come and go; the program lives in the background.
     QApplication::setQuitOnLastWindowClosed(false);
@@ -249,7 +250,7 @@ int BrevioMain::run(int argc, char *argv[])
 
     // Two copies must not write one store, so nothing of it is read before this.
     const auto instance = Platform::Instance::claim(
-        applicationId, Platform::Folders::dataHome() + QStringLiteral("/Brevio"),
+        applicationId(), Platform::Folders::dataHome() + QStringLiteral("/Brevio"),
         {newCardAction, showAllCardsAction});
     if (!instance)
         return 0;

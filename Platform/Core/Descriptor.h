@@ -2,8 +2,6 @@
 
 #include <utility>
 
-#include <unistd.h>
-
 namespace Platform {
 
 /// Owns a file descriptor and closes it at its end. Negative means none.
@@ -17,11 +15,8 @@ public:
         : m_descriptor(std::exchange(other.m_descriptor, -1))
     {}
     Descriptor &operator=(Descriptor &&) = delete;
-    ~Descriptor()
-    {
-        if (isOpen())
-            ::close(m_descriptor);
-    }
+    ~Descriptor();
+
     [[nodiscard]] bool isOpen() const { return m_descriptor >= 0; }
     [[nodiscard]] int get() const { return m_descriptor; }
 

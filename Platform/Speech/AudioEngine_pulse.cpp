@@ -1,5 +1,6 @@
 #include "Platform/Speech/AudioEngine.h"
 
+#include "Platform/Core/ApplicationId.h"
 #include "Platform/Core/SharedLibrary.h"
 
 #include <QCoreApplication>
@@ -26,7 +27,6 @@ constexpr const char *libraryName = "libpulse.so.0";
 // What the desktop shows beside its microphone indicator and in its volume control. Without a media
 // role: the level and the device that the user chooses there would count for all programs with it.
 constexpr const char *programName = "Brevio";
-constexpr const char *programId = "org.brevio.Brevio";
 constexpr const char *streamName = "Dictation";
 constexpr pa_sample_spec format{PA_SAMPLE_S16NE, AudioEngine::sampleRate, 1};
 constexpr std::uint32_t fragmentBytes = 2048; // 64 ms
@@ -170,8 +170,9 @@ public:
         const std::unique_ptr<pa_proplist, PropertiesDeleter> properties(pulse.proplist_new());
         if (!m_loop || !properties)
             return false;
-        pulse.proplist_sets(properties.get(), PA_PROP_APPLICATION_ID, programId);
-        pulse.proplist_sets(properties.get(), PA_PROP_APPLICATION_ICON_NAME, programId);
+        const QByteArray id = applicationId().toUtf8(); // and its icon's name
+        pulse.proplist_sets(properties.get(), PA_PROP_APPLICATION_ID, id.constData());
+        pulse.proplist_sets(properties.get(), PA_PROP_APPLICATION_ICON_NAME, id.constData());
         m_context.reset(pulse.context_new_with_proplist(
             pulse.threaded_mainloop_get_api(m_loop.get()), programName, properties.get()));
         if (!m_context)
