@@ -3,6 +3,7 @@
 #include "Brevio/Card/CardContentView.h"
 #include "Brevio/Card/CardDictation.h"
 #include "Brevio/Card/CardPanel.h"
+#include "Brevio/Card/FaceFades.h"
 #include "Brevio/Card/RootContainer.h"
 #include "Brevio/Card/ToastView.h"
 #include "Brevio/Grid/GridContentView.h"
@@ -16,7 +17,7 @@ namespace Brevio {
 
 namespace {
 
-using Face = RootContainer::Face;
+using Face = FaceFades::Face;
 
 bool isBlank(const QString &text)
 {
@@ -36,17 +37,17 @@ std::optional<QUuid> takePendingWelcome(NoteStore &store)
 CardController::CardController(NoteStore &store, Settings &settings, const Services &services)
     : m_store(store)
     , m_settings(settings)
-    , m_queue(services.queue)
     , m_panel(std::make_unique<CardPanel>(services.defaults, services.screens, services.queue))
     , m_content(new CardContentView(services.appearance, services.queue))
     , m_grid(new GridContentView(services.appearance, services.queue))
-    , m_toast(new ToastView(services.appearance))
-    , m_root(new RootContainer(m_content, m_grid, m_toast, services.appearance))
     , m_dictation(std::make_unique<CardDictation>(
           *m_content->textView(), Dictation::Services{services.audioEngine, services.recognizers,
                                                       services.permissions, services.queue}))
 {
-    m_panel->setContentView(m_root);
+    auto *toast = new ToastView(services.appearance);
+    auto *root = new RootContainer(m_content, m_grid, toast, services.appearance);
+    m_panel->setContentView(root);
+    m_fades = std::make_unique<FaceFades>(*m_panel, *root, *m_content, *toast, services.queue);
     m_content->setWritingAids(services.spelling,
                               services.defaults.object(QStringLiteral("brevio.textReplacements")));
     installViewCallbacks();
@@ -128,7 +129,7 @@ void CardController::loadFreshCard()
 void CardController::presentCardFace()
 {
     m_mode = CardMode::Card;
-    settleFaces();
+    m_fades->settle();
     m_panel->restoreOrigin();
     m_panel->makeKeyAndOrderFront();
     focusFace();
@@ -249,10 +250,7 @@ void CardController::commitAndDismiss()
     discardActiveIfEmpty();
     leaveNote();
     m_content->textView()->setText({});
-    if (kept)
-        showToastAndDismiss(tr("Note saved"));
-    else
-        orderOut();
+    orderOut(kept ? tr("Note saved") : QString());
 }
 
 void CardController::discardAndDismiss()
@@ -271,10 +269,7 @@ void CardController::discardAndDismiss()
     }
     leaveNote();
     m_content->textView()->setText({});
-    if (message.isEmpty())
-        orderOut();
-    else
-        showToastAndDismiss(message);
+    orderOut(message);
 }
 
 void CardController::togglePinOnActive()
@@ -291,13 +286,12 @@ void CardController::enterGridMode()
     m_dictation->end();
     flushTextToStore();
     m_store.purgeExpired();
-    m_root->setHidden(Face::Grid, false);
+    m_fades->reveal(Face::Grid);
     m_grid->reload(m_store.notes(), m_activeNoteID);
     m_grid->resetThumbAlphas();
     m_mode = CardMode::Grid;
-    m_content->setMousePassesThrough(true);
     focusFace();
-    crossFade(0.0, 1.0, [this] { m_root->setHidden(Face::Card, true); });
+    m_fades->crossFadeTo(Face::Grid);
 }
 
 void CardController::hide()
@@ -321,15 +315,11 @@ void CardController::exitGridMode(std::optional<QUuid> focusing, bool newCard)
         else
             beginNewNote();
     }
-    m_root->setHidden(Face::Card, false);
+    m_fades->reveal(Face::Card);
     m_mode = CardMode::Card;
-    m_content->setMousePassesThrough(false);
     // What is typed while the faces still fade belongs to the card already.
     focusFace();
-    crossFade(1.0, 0.0, [this] {
-        m_root->setHidden(Face::Grid, true);
-        focusFace();
-    });
+    m_fades->crossFadeTo(Face::Card, [this] { focusFace(); });
 }
 
 void CardController::toggleThumbPin(const QUuid &id)
@@ -343,6 +333,17 @@ void CardController::deleteFromGrid(const QUuid &id)
 {
     m_store.deleteNote(id);
     m_grid->animateDelete(id);
+}
+
+void CardController::orderOut(const QString &message)
+{
+    if (!message.isEmpty()) {
+        m_fades->showMessage(message, [this] { orderOut(); });
+        return;
+    }
+    m_dictation->end(); // begun while a message faded
+    m_panel->orderOut();
+    m_fades->settle();
 }
 
 void CardController::takeKeyboardBack()

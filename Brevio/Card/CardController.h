@@ -2,7 +2,6 @@
 
 #include "Brevio/Notes/Note.h"
 #include "Platform/Core/Observable.h"
-#include "Platform/Screen/Animation.h"
 
 #include <QObject>
 
@@ -27,11 +26,10 @@ namespace Brevio {
 class CardContentView;
 class CardDictation;
 class CardPanel;
+class FaceFades;
 class GridContentView;
 class NoteStore;
-class RootContainer;
 class Settings;
-class ToastView;
 struct Correction;
 
 /// Which face the panel shows.
@@ -118,26 +116,19 @@ private:
     void toggleThumbPin(const QUuid &id);
     void deleteFromGrid(const QUuid &id);
 
-    void crossFade(double cardAlpha, double gridAlpha, std::function<void()> completion);
-    /// Shows the message over the card, then fades the panel out.
-    void showToastAndDismiss(const QString &message);
-    void fadeOutWithToast();
-    void orderOut();
-    /// Ends a running fade and leaves every face as it stands between fades.
-    void settleFaces();
+    /// Takes the panel away, at once or after the message.
+    void orderOut(const QString &message = {});
     void focusFace();
     /// Nothing happens while the panel is hidden or has it.
     void takeKeyboardBack();
 
     NoteStore &m_store;
     Settings &m_settings;
-    Platform::MainQueue &m_queue;
     std::unique_ptr<CardPanel> m_panel;
     // Children of the panel.
     CardContentView *m_content;
     GridContentView *m_grid;
-    ToastView *m_toast;
-    RootContainer *m_root;
+    std::unique_ptr<FaceFades> m_fades;
 
     CardMode m_mode = CardMode::Card;
     std::optional<QUuid> m_activeNoteID;
@@ -150,8 +141,6 @@ private:
 
     Platform::Subscription m_keyMonitor;
     Platform::Subscription m_mergeSubscription;
-    Platform::Animation m_fade;          ///< the one running fade of the faces
-    Platform::MainQueue::Pending m_hold; ///< the pause in which the toast can be read
 };
 
 } // namespace Brevio
