@@ -84,7 +84,6 @@ private:
     void applyLivePartial(const QString &transcript);
     void applyFinalResult(const Spoken &spoken, const QString &transcript);
     void followCorrection(const Place &place, const Correction &correction);
-    [[nodiscard]] bool fits(const QString &text) const;
 
     BoundedTextView &m_textView;
     Place m_place;                               ///< of the text on the card
