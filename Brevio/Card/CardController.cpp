@@ -177,11 +177,22 @@ void CardController::followStore()
     if (!note)
         return;
     showPinOf(*note);
-    if (!m_dictation->followNote(note->body))
+    if (!showTextOf(*note))
         return;
     // A discard takes back what was written here, not what was written elsewhere.
     m_activeNoteOriginalBody = note->body;
     m_activeNoteOriginalLastEditedAt = note->lastEditedAt;
+}
+
+bool CardController::showTextOf(const Note &note)
+{
+    if (m_dictation->isUnderWay())
+        return m_dictation->followNote(note.body);
+    BoundedTextView &textView = *m_content->textView();
+    if (note.body == textView.text())
+        return false;
+    textView.updateText(note.body);
+    return true;
 }
 
 void CardController::showPinOf(const Note &note)

@@ -110,6 +110,8 @@ private:
     /// Shows what has changed in the store but not on the card, without taking anything from under
     /// the user's hands.
     void followStore();
+    /// False, and nothing happens, when the card has that text already.
+    [[nodiscard]] bool showTextOf(const Note &note);
     void showPinOf(const Note &note);
     /// Leaves the grid for the note, else for the active one, else for a blank card.
     void exitGridMode(std::optional<QUuid> focusing, bool newCard);

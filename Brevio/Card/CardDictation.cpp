@@ -85,18 +85,12 @@ void CardDictation::noteEdit()
 
 bool CardDictation::followNote(const QString &body)
 {
-    const QString shown = m_textView.text();
-    const QString before = m_preDictationBody.value_or(shown);
-    if (body == before)
+    if (body == *m_preDictationBody)
         return false;
-    QString text = body;
-    if (m_preDictationBody) {
-        const QString heard = shown.mid(before.isEmpty() ? 0 : before.size() + 1);
-        m_preDictationBody = body;
-        if (const QString both = joined(body, heard); m_textView.fits(both))
-            text = both;
-    }
-    m_textView.updateText(text);
+    const QString before = *std::exchange(m_preDictationBody, body);
+    const QString heard = m_textView.text().mid(before.isEmpty() ? 0 : before.size() + 1);
+    const QString both = joined(body, heard);
+    m_textView.updateText(m_textView.fits(both) ? both : body);
     return true;
 }
 
