@@ -34,9 +34,8 @@ std::optional<QUuid> takePendingWelcome(NoteStore &store)
 
 } // namespace
 
-CardController::CardController(NoteStore &store, Settings &settings, const Services &services)
+CardController::CardController(NoteStore &store, Settings &, const Services &services)
     : m_store(store)
-    , m_settings(settings)
     , m_panel(std::make_unique<CardPanel>(services.defaults, services.screens, services.queue))
     , m_content(new CardContentView(services.appearance, services.queue))
     , m_grid(new GridContentView(services.appearance, services.queue))

@@ -125,7 +125,6 @@ private:
     void takeKeyboardBack();
 
     NoteStore &m_store;
-    Settings &m_settings;
     std::unique_ptr<CardPanel> m_panel;
     // Children of the panel.
     CardContentView *m_content;
