@@ -73,12 +73,12 @@ void CardController::installViewCallbacks()
         if (m_mode == CardMode::Card)
             enterGridMode();
         else
-            exitGridMode(m_activeNoteID, false);
+            exitGridMode(m_activeNoteID);
     };
-    m_grid->onThumbClick = [this](const QUuid &id) { exitGridMode(id, false); };
+    m_grid->onThumbClick = [this](const QUuid &id) { exitGridMode(id); };
     m_grid->onThumbPinToggle = [this](const QUuid &id) { toggleThumbPin(id); };
     m_grid->onThumbDelete = [this](const QUuid &id) { deleteFromGrid(id); };
-    m_grid->onNewCardTapped = [this] { exitGridMode(std::nullopt, true); };
+    m_grid->onNewCardTapped = [this] { exitGridMode(std::nullopt); };
     m_dictation->onText = [this](const QString &text) {
         storeText(text);
         followStore(); // the grid may be open by now
@@ -113,7 +113,7 @@ void CardController::toggleSummon()
     } else if (m_mode == CardMode::Card) {
         commitAndDismiss();
     } else {
-        exitGridMode(m_activeNoteID, false);
+        exitGridMode(m_activeNoteID);
     }
 }
 
@@ -311,20 +311,14 @@ void CardController::hide()
     orderOut();
 }
 
-void CardController::exitGridMode(std::optional<QUuid> focusing, bool newCard)
+void CardController::exitGridMode(std::optional<QUuid> focusing)
 {
-    if (newCard) {
+    if (focusing != m_activeNoteID)
         discardActiveIfEmpty();
+    if (focusing)
+        loadNote(*focusing);
+    else
         beginNewNote();
-    } else {
-        if (focusing != m_activeNoteID)
-            discardActiveIfEmpty();
-        const auto target = focusing ? focusing : m_activeNoteID;
-        if (target)
-            loadNote(*target);
-        else
-            beginNewNote();
-    }
     m_fades->reveal(Face::Card);
     m_mode = CardMode::Card;
     // What is typed while the faces still fade belongs to the card already.

@@ -113,8 +113,8 @@ private:
     /// False, and nothing happens, when the card has that text already.
     [[nodiscard]] bool showTextOf(const Note &note);
     void showPinOf(const Note &note);
-    /// Leaves the grid for the note, else for the active one, else for a blank card.
-    void exitGridMode(std::optional<QUuid> focusing, bool newCard);
+    /// Leaves the grid for the note, or for a blank card when there is none.
+    void exitGridMode(std::optional<QUuid> focusing);
     void toggleThumbPin(const QUuid &id);
     void deleteFromGrid(const QUuid &id);
 

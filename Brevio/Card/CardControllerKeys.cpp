@@ -57,11 +57,11 @@ EventVerdict CardController::handleKeyDown(const KeyEvent &event)
     if (m_optionHeld && !event.isRepeat)
         m_dictation->callOff();
     if (key == Key::escape) {
-        onCard ? discardAndDismiss() : exitGridMode(m_activeNoteID, false);
+        onCard ? discardAndDismiss() : exitGridMode(m_activeNoteID);
         return EventVerdict::Swallow;
     }
     if (key == Key::return_ && command) {
-        onCard ? commitAndDismiss() : exitGridMode(m_activeNoteID, false);
+        onCard ? commitAndDismiss() : exitGridMode(m_activeNoteID);
         return EventVerdict::Swallow;
     }
     if (key == Key::k && command && shift) {
