@@ -60,6 +60,12 @@ struct CardFixture
             QVERIFY(QTest::qWaitForWindowActive(&controller.panel()));
     }
     void type(const QString &keys) { QTest::keyClicks(&text(), keys); }
+    /// On a card that is summoned for it.
+    void write(const QString &keys)
+    {
+        summon();
+        type(keys);
+    }
     void press(Qt::Key key, Qt::KeyboardModifiers modifiers = Qt::NoModifier)
     {
         QWidget *focus = controller.panel().focusWidget();

@@ -49,17 +49,6 @@ private Q_SLOTS:
         QCOMPARE(m_card->textView()->palette().color(QPalette::Text), CardColors::cardInk().dark);
     }
 
-    void aCardHoldsElevenLines()
-    {
-        m_card->textView()->setText(QString(10, u'\n'));
-        int refusals = 0;
-        m_card->textView()->onRejectedEdit = [&] { ++refusals; };
-        QTest::keyClick(m_card->textView(), Qt::Key_A);
-        QCOMPARE(refusals, 0);
-        QTest::keyClick(m_card->textView(), Qt::Key_Return);
-        QCOMPARE(refusals, 1);
-    }
-
     void theGridButtonShowsWhileThePointerMoves()
     {
         enter();

@@ -6,10 +6,10 @@
 #include "Tests/Support/FakeAppearance.h"
 #include "Tests/Support/ManualTime.h"
 
-#include <QPainter>
 #include <QTest>
 
 using namespace Brevio;
+using namespace Qt::StringLiterals;
 using Face = RootContainer::Face;
 
 constexpr int scale = 2;
@@ -23,13 +23,6 @@ public:
     static void initMain() { qputenv("QT_SCALE_FACTOR", QByteArray::number(scale)); }
 
 private:
-    /// An opaque grid of one colour.
-    class Grid final : public QWidget
-    {
-    protected:
-        void paintEvent(QPaintEvent *) override { QPainter(this).fillRect(rect(), Qt::blue); }
-    };
-
     QColor seen(int x, int y)
     {
         // Of the window, so that what lies beneath and above is in it.
@@ -48,7 +41,10 @@ private Q_SLOTS:
         m_appearance.setScheme(Platform::ColorScheme::Light);
         m_card = new CardContentView(m_appearance, m_queue);
         m_toast = new ToastView(m_appearance);
-        m_root = std::make_unique<RootContainer>(m_card, new Grid, m_toast, m_appearance);
+        auto *grid = new QWidget;
+        grid->setAutoFillBackground(true);
+        grid->setPalette(QColor(Qt::blue));
+        m_root = std::make_unique<RootContainer>(m_card, grid, m_toast, m_appearance);
         m_root->setAttribute(Qt::WA_TranslucentBackground);
         m_root->setHidden(Face::Grid, true);
         m_root->show();
@@ -83,10 +79,10 @@ private Q_SLOTS:
         const auto ofTheMessage = [this] { return m_root->grab({180, 125, 100, 30}).toImage(); };
         const QImage noText = ofTheText();
         const QImage noMessage = ofTheMessage();
-        m_toast->setMessage(QStringLiteral("Note saved"));
+        m_toast->setMessage(u"Note saved"_s);
         m_root->setAlpha(Face::Toast, 1.0);
-        QTest::keyClicks(m_root->focusWidget(), QStringLiteral("still here"));
-        QCOMPARE(m_card->textView()->text(), QStringLiteral("still here"));
+        QTest::keyClicks(m_root->focusWidget(), u"still here"_s);
+        QCOMPARE(m_card->textView()->text(), u"still here"_s);
         QCOMPARE(ofTheText(), noText);
         QVERIFY(ofTheMessage() != noMessage);
     }
