@@ -143,9 +143,7 @@ void CardController::loadNote(const QUuid &id)
     }
     leaveNote();
     m_activeNoteID = id;
-    m_activeNoteIsNew = false;
-    m_activeNoteOriginalBody = note->body;
-    m_activeNoteOriginalLastEditedAt = note->lastEditedAt;
+    m_openedNote = note;
     m_content->textView()->setText(note->body);
     showPinOf(*note);
 }
@@ -163,9 +161,7 @@ void CardController::leaveNote()
 {
     m_dictation->leaveNote(m_activeNoteID);
     m_activeNoteID.reset();
-    m_activeNoteIsNew = true;
-    m_activeNoteOriginalBody.clear();
-    m_activeNoteOriginalLastEditedAt = Instant::min();
+    m_openedNote.reset();
 }
 
 void CardController::followStore()
@@ -176,11 +172,9 @@ void CardController::followStore()
     if (!note)
         return;
     showPinOf(*note);
-    if (!showTextOf(*note))
-        return;
     // A discard takes back what was written here, not what was written elsewhere.
-    m_activeNoteOriginalBody = note->body;
-    m_activeNoteOriginalLastEditedAt = note->lastEditedAt;
+    if (showTextOf(*note) && m_openedNote)
+        m_openedNote = note;
 }
 
 bool CardController::showTextOf(const Note &note)
@@ -222,8 +216,8 @@ std::optional<QUuid> CardController::storeLateText(const std::optional<QUuid> &i
             return std::nullopt;
         // The words were kept before the card was opened again, which a discard goes back to.
         const auto note = m_store.note(*id);
-        if (note && correction.applyTo(m_activeNoteOriginalBody))
-            m_activeNoteOriginalLastEditedAt = note->lastEditedAt;
+        if (note && m_openedNote && correction.applyTo(m_openedNote->body))
+            m_openedNote->lastEditedAt = note->lastEditedAt;
         return id;
     }
     QString body = correction.before;
@@ -268,13 +262,13 @@ void CardController::discardAndDismiss()
     m_dictation->drop();
     const QString text = m_content->textView()->text();
     QString message;
-    if (m_activeNoteIsNew) {
+    if (!m_openedNote) {
         if (m_activeNoteID)
             m_store.deleteNote(*m_activeNoteID);
         if (!isBlank(text))
             message = tr("Note discarded");
-    } else if (m_activeNoteID && text != m_activeNoteOriginalBody) {
-        m_store.revert(*m_activeNoteID, m_activeNoteOriginalBody, m_activeNoteOriginalLastEditedAt);
+    } else if (text != m_openedNote->body) {
+        m_store.revert(m_openedNote->id, m_openedNote->body, m_openedNote->lastEditedAt);
         message = tr("Changes discarded");
     }
     leaveNote();

@@ -133,9 +133,8 @@ private:
 
     CardMode m_mode = CardMode::Card;
     std::optional<QUuid> m_activeNoteID;
-    bool m_activeNoteIsNew = true;    ///< begun on this card, also once its record exists
-    QString m_activeNoteOriginalBody; ///< what a discard goes back to
-    Instant m_activeNoteOriginalLastEditedAt = Instant::min(); ///< likewise
+    /// What a discard goes back to; none for a note begun on this card, also once it has a record.
+    std::optional<Note> m_openedNote;
 
     bool m_optionHeld = false;
     std::unique_ptr<CardDictation> m_dictation;
