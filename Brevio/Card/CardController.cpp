@@ -66,7 +66,7 @@ void CardController::installViewCallbacks()
     m_panel->windowDidMove = [this] { m_panel->persistOrigin(); };
     m_content->textView()->textDidChange = [this] {
         m_dictation->noteEdit();
-        flushTextToStore();
+        storeText(m_content->textView()->text());
     };
     m_content->textView()->onRejectedEdit = [this] { m_panel->shake(); };
     m_content->onGridButtonTapped = [this] {
@@ -97,8 +97,6 @@ void CardController::installViewCallbacks()
 void CardController::showFreshCard()
 {
     m_dictation->end();
-    flushTextToStore();
-    discardActiveIfEmpty();
     loadFreshCard();
     presentCardFace();
 }
@@ -150,7 +148,6 @@ void CardController::loadNote(const QUuid &id)
 
 void CardController::beginNewNote()
 {
-    flushTextToStore();
     discardActiveIfEmpty();
     leaveNote();
     m_content->textView()->setText({});
@@ -191,11 +188,6 @@ bool CardController::showTextOf(const Note &note)
 void CardController::showPinOf(const Note &note)
 {
     m_content->setPinIndicatorHidden(!note.isPinned);
-}
-
-void CardController::flushTextToStore()
-{
-    storeText(m_content->textView()->text());
 }
 
 void CardController::storeText(const QString &text)
@@ -249,7 +241,6 @@ void CardController::discardActiveIfEmpty()
 void CardController::commitAndDismiss()
 {
     m_dictation->end();
-    flushTextToStore();
     const bool kept = m_activeNoteID && !isBlank(m_content->textView()->text());
     discardActiveIfEmpty();
     leaveNote();
@@ -288,7 +279,6 @@ void CardController::togglePinOnActive()
 void CardController::enterGridMode()
 {
     m_dictation->end();
-    flushTextToStore();
     m_store.purgeExpired();
     m_fades->reveal(Face::Grid);
     m_grid->reload(m_store.notes(), m_activeNoteID);
@@ -301,7 +291,6 @@ void CardController::enterGridMode()
 void CardController::hide()
 {
     m_dictation->end();
-    flushTextToStore();
     orderOut();
 }
 
@@ -317,7 +306,7 @@ void CardController::exitGridMode(std::optional<QUuid> focusing)
     m_mode = CardMode::Card;
     // What is typed while the faces still fade belongs to the card already.
     focusFace();
-    m_fades->crossFadeTo(Face::Card, [this] { focusFace(); });
+    m_fades->crossFadeTo(Face::Card);
 }
 
 void CardController::toggleThumbPin(const QUuid &id)

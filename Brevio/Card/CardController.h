@@ -93,8 +93,8 @@ private:
     Platform::EventVerdict handleKeyDown(const Platform::KeyEvent &event);
     void handleFlagsChanged(const Platform::KeyEvent &event);
 
-    /// Copies the card's text into the active note; the first text that is not blank creates it.
-    void flushTextToStore();
+    /// The active note gets the text; the first that is not blank creates it. Called in every edit,
+    /// so that nothing is ever left to be stored.
     void storeText(const QString &text);
     /// Puts words that were recognised late into the note that the card has left, or a new one,
     /// which is returned; none when there is no place for them any more.

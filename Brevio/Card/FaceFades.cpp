@@ -36,34 +36,26 @@ void FaceFades::reveal(Face face)
     m_card.setMousePassesThrough(face == Face::Grid);
 }
 
-void FaceFades::crossFadeTo(Face face, std::function<void()> completion)
+void FaceFades::crossFadeTo(Face face)
 {
     const Face other = face == Face::Card ? Face::Grid : Face::Card;
-    m_hold.reset();
     m_panel.setAlpha(1.0);
-    // An earlier fade, whose completion would hide the face that now shows, is dropped with its
-    // handle.
-    m_fade = Platform::animate(
-        m_queue, crossFade, TimingCurve::EaseInEaseOut,
+    run(
+        crossFade, TimingCurve::EaseInEaseOut,
         [this, face, other, from = m_root.alpha(face), fromOther = m_root.alpha(other),
          fromToast = m_root.alpha(Face::Toast)](double progress) {
             m_root.setAlpha(face, std::lerp(from, 1.0, progress));
             m_root.setAlpha(other, std::lerp(fromOther, 0.0, progress));
             m_root.setAlpha(Face::Toast, std::lerp(fromToast, 0.0, progress));
         },
-        [this, other, completion = std::move(completion)] {
-            m_root.setHidden(other, true);
-            if (completion)
-                completion();
-        });
+        [this, other] { m_root.setHidden(other, true); });
 }
 
 void FaceFades::showMessage(const QString &message, std::function<void()> completion)
 {
     m_toast.setMessage(message);
-    m_hold.reset();
-    m_fade = Platform::animate(
-        m_queue, messageFadeIn, TimingCurve::EaseOut,
+    run(
+        messageFadeIn, TimingCurve::EaseOut,
         [this, fromCard = m_root.alpha(Face::Card),
          fromToast = m_root.alpha(Face::Toast)](double progress) {
             m_root.setAlpha(Face::Card, std::lerp(fromCard, 0.0, progress));
@@ -74,15 +66,24 @@ void FaceFades::showMessage(const QString &message, std::function<void()> comple
         });
 }
 
-void FaceFades::fadeOut(std::function<void()> completion)
+void FaceFades::fadeOut(const std::function<void()> &completion)
 {
-    m_fade = Platform::animate(
-        m_queue, messageFadeOut, TimingCurve::EaseIn,
+    run(
+        messageFadeOut, TimingCurve::EaseIn,
         [this](double progress) {
             m_root.setAlpha(Face::Toast, 1.0 - progress);
             m_panel.setAlpha(1.0 - progress);
         },
-        std::move(completion));
+        completion);
+}
+
+void FaceFades::run(Platform::MainQueue::Duration duration, TimingCurve curve,
+                    std::function<void(double)> step, std::function<void()> completion)
+{
+    // What ran before is dropped with its handle: its completion would hide the face that now
+    // shows.
+    m_hold.reset();
+    m_fade = Platform::animate(m_queue, duration, curve, std::move(step), std::move(completion));
 }
 
 void FaceFades::settle()

@@ -25,9 +25,9 @@ public:
     /// Has the card or the grid ready beneath or above the other, as transparent as it was: it can
     /// be laid out, and it gets the mouse.
     void reveal(Face face);
-    /// From what shows to the face, which was revealed; the other is hidden in the end, before the
-    /// completion. Calls off a message that shows: the user went on.
-    void crossFadeTo(Face face, std::function<void()> completion = {});
+    /// From what shows to the face, which was revealed; the other is hidden in the end. Calls off a
+    /// message that shows: the user went on.
+    void crossFadeTo(Face face);
     /// The message in the card's place, for as long as it takes to read it, then nothing: in the
     /// end the panel is transparent, for the completion to hide and settle().
     void showMessage(const QString &message, std::function<void()> completion);
@@ -35,7 +35,9 @@ public:
     void settle();
 
 private:
-    void fadeOut(std::function<void()> completion);
+    void run(Platform::MainQueue::Duration duration, Platform::TimingCurve curve,
+             std::function<void(double progress)> step, std::function<void()> completion);
+    void fadeOut(const std::function<void()> &completion);
 
     CardPanel &m_panel;
     RootContainer &m_root;
