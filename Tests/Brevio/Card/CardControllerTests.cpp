@@ -1,3 +1,4 @@
+#include "Brevio/Grid/NoteThumbView.h"
 #include "Tests/Support/CardFixture.h"
 #include "Tests/Support/TableRow.h"
 
@@ -17,43 +18,35 @@ private Q_SLOTS:
         struct Case
         {
             QString opened, typed;
-            int erased;
             bool isKept;
             QString left, toast;
         };
         const std::initializer_list<Case> cases{
-            {{}, u"  word \t"_s, 0, true, u"  word \t"_s, u"Note saved"_s},
-            {{}, u"   "_s, 0, true, {}, {}},
-            {{}, u"x"_s, 1, true, {}, {}},
-            {{}, u"word"_s, 0, false, {}, u"Note discarded"_s},
-            {{}, {}, 0, false, {}, {}},
-            {u"tea"_s, u"m"_s, 0, true, u"team"_s, u"Note saved"_s},
-            {u"tea"_s, {}, 3, true, {}, {}},
-            {u"tea"_s, {}, 0, false, u"tea"_s, {}},
-            {u"tea"_s, u"m"_s, 0, false, u"tea"_s, u"Changes discarded"_s},
-            {u"tea"_s, {}, 3, false, u"tea"_s, u"Changes discarded"_s},
-            {u"tea"_s, u"m"_s, 1, false, u"tea"_s, {}}}; // there is nothing to discard
-        for (const auto &[opened, typed, erased, isKept, left, toast] : cases) {
-            const TableRow row(opened + u'+' + typed + u'-' + QString::number(erased) + toast);
+            {{}, u"  word \t"_s, true, u"  word \t"_s, u"Note saved"_s},
+            {{}, u"   "_s, true, {}, {}},
+            {{}, u"x\b"_s, true, {}, {}},
+            {{}, u"word"_s, false, {}, u"Note discarded"_s},
+            {{}, {}, false, {}, {}},
+            {u"tea"_s, u"m"_s, true, u"team"_s, u"Note saved"_s},
+            {u"tea"_s, u"\b\b\b"_s, true, {}, {}},
+            {u"tea"_s, {}, false, u"tea"_s, {}},
+            {u"tea"_s, u"m"_s, false, u"tea"_s, u"Changes discarded"_s},
+            {u"tea"_s, u"\b\b\b"_s, false, u"tea"_s, u"Changes discarded"_s},
+            {u"tea"_s, u"m\b"_s, false, u"tea"_s, {}}}; // there is nothing to discard
+        for (const auto &[opened, typed, isKept, left, toast] : cases) {
+            const TableRow row(opened + u'+' + typed + u' ' + toast);
             Card card;
             const auto start = card.clock.now();
-            if (opened.isEmpty())
-                card.summon();
-            else
-                card.openExisting(opened);
+            opened.isEmpty() ? card.summon() : (void)card.openExisting(opened);
             card.type(typed);
-            // In the store at once; blank text makes no record.
-            const QString text = opened + typed;
-            QCOMPARE(card.bodies(), text.trimmed().isEmpty() ? QStringList() : QStringList{text});
-            card.erase(erased);
-            if (isKept)
-                opened.isEmpty() ? card.keep() : card.summon();
-            else
-                card.discard();
+            // What it shows is in the store at once; blank text makes no record.
+            const QString shown = card.text().text();
+            QCOMPARE(card.bodies().value(0), shown.trimmed().isEmpty() ? QString() : shown);
+            isKept ? card.summon() : card.discard();
 
             QCOMPARE(card.toast(), toast);
             QCOMPARE(card.isShown(), !toast.isEmpty());
-            QVERIFY(!card.controller.activeNoteID());
+            QVERIFY(!card.controller.activeNoteID() && card.text().text().isEmpty());
             if (card.isShown()) {
                 card.type(u"new"_s); // under the toast
                 card.discard();
@@ -69,16 +62,22 @@ private Q_SLOTS:
 
     void discardSparesWhatAnotherMachineWrote()
     {
-        Card card;
-        const QUuid id = card.openExisting(u"tea"_s);
-        card.type(u"m"_s);
-        card.editElsewhere(u"team and milk"_s);
-        const Note theirs = *card.store.note(id);
-        card.wait(1s);
-        card.type(u"s"_s);
-        QCOMPARE(card.bodies(), QStringList{u"teams and milk"_s});
-        card.discard();
-        QCOMPARE(*card.store.note(id), theirs);
+        for (const auto &[theirs, left] : {std::pair(u"team and milk"_s, u"team and milk"_s),
+                                           {u"team"_s, u"tea"_s}}) { // as it is here already
+            const TableRow row(theirs);
+            Card card;
+            card.openExisting(u"tea"_s);
+            card.type(u"m"_s);
+            card.editElsewhere(theirs);
+            QVERIFY(!card.card().isPinIndicatorHidden());
+            const auto edited = card.clock.now();
+            card.wait(1s);
+            card.type(u"s"_s); // where the caret was
+            QVERIFY(card.bodies().constFirst().startsWith(u"teams"));
+            card.discard();
+            QCOMPARE(card.bodies(), QStringList{left});
+            QCOMPARE(card.store.notes().front().lastEditedAt == edited, left == theirs);
+        }
     }
 
     void refusedEditShakesAndLeavesTheStoreWithWhatTheCardShows()
@@ -104,14 +103,22 @@ private Q_SLOTS:
         card.press(Qt::Key_K, Qt::ControlModifier);
         QVERIFY2(!card.store.notes().front().isPinned, "nor has Ctrl+K without Shift");
         card.pin();
-        QVERIFY(card.store.notes().front().isPinned && !card.card().isPinIndicatorHidden());
         card.pin();
         QVERIFY(card.card().isPinIndicatorHidden());
+        card.pin();
+        QVERIFY(card.store.notes().front().isPinned && !card.card().isPinIndicatorHidden());
         card.press(Qt::Key_Enter, Qt::ControlModifier | Qt::KeypadModifier);
         QVERIFY2(card.isShown() && card.controller.activeNoteID(),
                  "the keypad's Enter keeps nothing");
+        const QUuid id = *card.controller.activeNoteID();
         card.press(Qt::Key_Return, Qt::ControlModifier | Qt::ShiftModifier);
         QCOMPARE(card.toast(), u"Note saved"_s);
+        // The mark is the note's.
+        card.controller.showFreshCard();
+        QVERIFY(card.card().isPinIndicatorHidden());
+        card.controller.enterGridMode();
+        card.controller.grid().onThumbClick(id);
+        QVERIFY(!card.card().isPinIndicatorHidden());
     }
 
     void messageTakesThePanelWithIt()
@@ -132,17 +139,13 @@ private Q_SLOTS:
 
     void whatIsOpenedDuringTheMessageStays()
     {
-        for (const auto &[moment, face] : {std::pair(50, Face::Card),
-                                           {50, Face::Grid},
-                                           {300, Face::Card},
-                                           {300, Face::Grid},
-                                           {650, Face::Card},
-                                           {650, Face::Grid}}) {
+        for (const int moment : {50, 300, 650, -50, -300, -650}) { // negative: the grid
             const TableRow row(QString::number(moment));
+            const Face face = moment > 0 ? Face::Card : Face::Grid;
             Card card;
             card.write(u"first"_s);
             card.keep();
-            card.wait(std::chrono::milliseconds(moment));
+            card.wait(std::chrono::milliseconds(std::abs(moment)));
             if (face == Face::Card) {
                 card.summon(); // the card is key and blank: it goes at once
                 QVERIFY(!card.isShown());
@@ -184,8 +187,7 @@ private Q_SLOTS:
         QCOMPARE(card.bodies(), (QStringList{u"mine"_s, u"other"_s}));
 
         // A blank record is dropped when the user turns to another note.
-        card.write(u"x"_s);
-        card.erase(1);
+        card.write(u"x\b"_s);
         card.controller.enterGridMode();
         card.controller.grid().onThumbClick(other);
         QCOMPARE(card.text().text(), u"other"_s);
@@ -200,13 +202,20 @@ private Q_SLOTS:
             {"Ctrl+Return", [](Card &card) { card.keep(); }, u"mine"_s, 1},
             {"the shortcut", [](Card &card) { card.summon(); }, u"mine"_s, 1},
             {"the plus", [](Card &card) { card.controller.grid().onNewCardTapped(); }, {}, 1},
-            {"nothing left",
+            {"deleted",
              [](Card &card) {
                  card.controller.grid().onThumbDelete(*card.controller.activeNoteID());
                  card.discard();
              },
              {},
              0},
+            {"closed",
+             [](Card &card) {
+                 card.controller.panel().close();
+                 card.summon();
+             },
+             {},
+             1},
             {"gone", [](Card &card) { card.controller.grid().onThumbClick(QUuid()); }, {}, 1}};
         for (const auto &[name, leave, text, notes] : ways) {
             const TableRow row(QString::fromLatin1(name));
@@ -215,14 +224,17 @@ private Q_SLOTS:
             card.controller.enterGridMode();
             card.wait(199ms);
             QVERIFY(!card.root().isHidden(Face::Card) && card.root().alpha(Face::Card) > 0.0);
+            QCOMPARE(card.root().childAt(200, 100), &card.controller.grid());
             card.wait(1ms);
             QVERIFY(card.root().isHidden(Face::Card) && card.root().alpha(Face::Card) == 0.0);
             card.pin();
             QVERIFY2(!card.store.notes().front().isPinned, "the pin key is swallowed in the grid");
             leave(card);
             QCOMPARE(card.controller.mode(), CardMode::Card);
+            QVERIFY(card.text().hasFocus()); // at once
+            QCOMPARE(card.root().childAt(200, 100), card.text().viewport());
             card.wait(longEnough);
-            QVERIFY(card.isShown() && card.text().hasFocus());
+            QVERIFY(card.isShown() && card.root().isHidden(Face::Grid));
             QCOMPARE(card.text().text(), text);
             QCOMPARE(card.store.notes().size(), notes);
         }
@@ -257,6 +269,10 @@ private Q_SLOTS:
         card.controller.enterGridMode();
         QCOMPARE(card.bodies(), QStringList{u"fresh"_s});
         QCOMPARE(card.controller.grid().thumbs().size(), 1U);
+        // Which is pinned there.
+        card.controller.grid().onThumbPinToggle(card.store.notes().front().id);
+        QVERIFY(card.store.notes().front().isPinned);
+        QVERIFY(card.controller.grid().thumbs().front()->note()->isPinned);
     }
 };
 

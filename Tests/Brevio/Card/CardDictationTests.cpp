@@ -16,29 +16,6 @@ struct Card : CardFixture
         permissions.isRemembered = true;
         write(typed);
     }
-
-    /// Holds the key until the microphone is open.
-    void hold()
-    {
-        CardFixture::hold();
-        permissions.answer(true, true);
-        wait(150ms);
-    }
-    FakeSpeechRecognizer &recognizer() { return *recognizers.shared; }
-    void holdAndSay(const QString &words)
-    {
-        hold();
-        recognizer().report(words);
-    }
-    void say(const QString &words)
-    {
-        holdAndSay(words);
-        release();
-    }
-    bool isQuiet()
-    {
-        return !text().isDictating() && !audioEngine.isRunning() && !audioEngine.hasTap();
-    }
 };
 
 } // namespace
@@ -122,6 +99,14 @@ private Q_SLOTS:
             {"hidden", [](Card &c) { c.controller.hide(); }, both},
             {"another", [](Card &c) { c.controller.showFreshCard(); }, both},
             {"grid", [](Card &c) { c.controller.enterGridMode(); }, both},
+            {"faded",
+             [](Card &c) {
+                 c.keep();
+                 c.release();
+                 c.hold();
+                 c.wait(longEnough);
+             },
+             both},
             {"quit", [](Card &) { QMetaObject::invokeMethod(qApp, "aboutToQuit"); }, both}};
         for (const auto &[name, end, bodies] : ends) {
             const TableRow row(QString::fromLatin1(name));
@@ -221,7 +206,9 @@ private Q_SLOTS:
         card.type(u"typed"_s);
         card.recognizer().report(u"Said"_s);
         QCOMPARE(card.text().text(), u"typed\nSaid"_s);
+        QCOMPARE(card.recognizer().tasks.size(), 1U);
         card.type(u"!"_s);
+        QCOMPARE(card.recognizer().tasks.size(), 2U);
         card.recognizer().report(u"More"_s);
         QCOMPARE(card.text().text(), u"typed\nSaid!\nMore"_s);
         card.release();
@@ -235,7 +222,8 @@ private Q_SLOTS:
         card.recognizer().finish(u"Too late"_s);
         QVERIFY(card.text().text().endsWith(u"\nTomorrow"_s));
         // Below them, while nothing had been recognised yet, there is room for them.
-        card.erase(int(card.text().text().size()));
+        card.text().selectAll();
+        card.type(u"\b"_s);
         card.say(QString());
         card.type(u"Typed"_s);
         card.recognizer().finish(u"Said"_s);
@@ -258,8 +246,12 @@ private Q_SLOTS:
         QVERIFY2(!begins(&card.controller.grid(), Qt::Key_Alt, Qt::AltModifier), "in the grid");
         QTest::keyRelease(&card.controller.grid(), Qt::Key_Alt);
         card.discard();
-        // Other modifiers make no difference.
+        // Other modifiers make no difference, before or after.
         QVERIFY(begins(&card.text(), Qt::Key_Control, Qt::ControlModifier | Qt::AltModifier));
+        card.permissions.answer(true, true);
+        QTest::keyPress(&card.text(), Qt::Key_Shift, Qt::ShiftModifier | Qt::AltModifier);
+        card.wait(150ms);
+        QVERIFY(!card.isQuiet());
         QTest::keyRelease(&card.text(), Qt::Key_Alt);
         QVERIFY(!card.text().isDictating());
     }
@@ -269,15 +261,20 @@ private Q_SLOTS:
         Card card;
         card.permissions.isRemembered = false;
         for (const auto key : {Qt::Key_Shift, Qt::Key_F7}) {
-            card.CardFixture::hold();
+            card.pressAlt();
             QTest::keyPress(&card.text(), key, Qt::AltModifier);
             card.wait(1s);
             card.release();
         }
         QVERIFY(card.permissions.asked.empty());
-        card.CardFixture::hold();
+        card.pressAlt();
         card.wait(300ms);
         QVERIFY(!card.permissions.asked.empty());
+        // The question has the keyboard, and gives it back to a card that is still there.
+        card.elsewhere.activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(&card.elsewhere));
+        card.permissions.answer(true, false);
+        QVERIFY(QTest::qWaitForWindowActive(&card.controller.panel()));
     }
 };
 
