@@ -8,13 +8,12 @@
 #include <QTemporaryDir>
 #include <QTest>
 
-using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 using Platform::Screen;
 
 namespace {
 
-const auto originKey = u"brevio.card.lastOrigin"_s;
+const auto originKey = QStringLiteral("brevio.card.lastOrigin");
 
 QJsonObject json(const char *text)
 {
