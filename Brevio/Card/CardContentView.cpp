@@ -1,5 +1,6 @@
 #include "Brevio/Card/CardContentView.h"
 
+#include "Brevio/Card/CardShape.h"
 #include "Brevio/CardColors.h"
 #include "Brevio/Text/BoundedTextView.h"
 #include "Platform/Core/Languages.h"
@@ -18,9 +19,8 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr QSize cardSize(460, 280);
 constexpr int textInset = 22;
-constexpr double maxTextHeight = 236.0;
+constexpr double maxTextHeight = CardShape::size.height() - 2 * textInset;
 constexpr double textPoints = 17.0;
 constexpr double fallbackPoints = 16.0;
 
@@ -134,7 +134,7 @@ CardContentView::CardContentView(Platform::Appearance &appearance, Platform::Mai
     });
     connect(&appearance, &Platform::Appearance::changed, this, &CardContentView::applyColors);
     applyColors();
-    resize(cardSize);
+    resize(CardShape::size);
 }
 
 void CardContentView::setWritingAids(Platform::SpellChecker *checker,

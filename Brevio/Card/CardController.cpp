@@ -3,6 +3,7 @@
 #include "Brevio/Card/CardContentView.h"
 #include "Brevio/Card/CardDictation.h"
 #include "Brevio/Card/CardPanel.h"
+#include "Brevio/Card/FaceFades.h"
 #include "Brevio/Card/RootContainer.h"
 #include "Brevio/Card/ToastView.h"
 #include "Brevio/Grid/GridContentView.h"
@@ -16,7 +17,7 @@ namespace Brevio {
 
 namespace {
 
-using Face = RootContainer::Face;
+using Face = FaceFades::Face;
 
 bool isBlank(const QString &text)
 {
@@ -33,20 +34,19 @@ std::optional<QUuid> takePendingWelcome(NoteStore &store)
 
 } // namespace
 
-CardController::CardController(NoteStore &store, Settings &settings, const Services &services)
+CardController::CardController(NoteStore &store, Settings &, const Services &services)
     : m_store(store)
-    , m_settings(settings)
-    , m_queue(services.queue)
     , m_panel(std::make_unique<CardPanel>(services.defaults, services.screens, services.queue))
     , m_content(new CardContentView(services.appearance, services.queue))
     , m_grid(new GridContentView(services.appearance, services.queue))
-    , m_toast(new ToastView(services.appearance))
-    , m_root(new RootContainer(m_content, m_grid, m_toast, services.appearance))
     , m_dictation(std::make_unique<CardDictation>(
           *m_content->textView(), Dictation::Services{services.audioEngine, services.recognizers,
                                                       services.permissions, services.queue}))
 {
-    m_panel->setContentView(m_root);
+    auto *toast = new ToastView(services.appearance);
+    auto *root = new RootContainer(m_content, m_grid, toast, services.appearance);
+    m_panel->setContentView(root);
+    m_fades = std::make_unique<FaceFades>(*m_panel, *root, *m_content, *toast, services.queue);
     m_content->setWritingAids(services.spelling,
                               services.defaults.object(QStringLiteral("brevio.textReplacements")));
     installViewCallbacks();
@@ -66,19 +66,19 @@ void CardController::installViewCallbacks()
     m_panel->windowDidMove = [this] { m_panel->persistOrigin(); };
     m_content->textView()->textDidChange = [this] {
         m_dictation->noteEdit();
-        flushTextToStore();
+        storeText(m_content->textView()->text());
     };
     m_content->textView()->onRejectedEdit = [this] { m_panel->shake(); };
     m_content->onGridButtonTapped = [this] {
         if (m_mode == CardMode::Card)
             enterGridMode();
         else
-            exitGridMode(m_activeNoteID, false);
+            exitGridMode(m_activeNoteID);
     };
-    m_grid->onThumbClick = [this](const QUuid &id) { exitGridMode(id, false); };
+    m_grid->onThumbClick = [this](const QUuid &id) { exitGridMode(id); };
     m_grid->onThumbPinToggle = [this](const QUuid &id) { toggleThumbPin(id); };
     m_grid->onThumbDelete = [this](const QUuid &id) { deleteFromGrid(id); };
-    m_grid->onNewCardTapped = [this] { exitGridMode(std::nullopt, true); };
+    m_grid->onNewCardTapped = [this] { exitGridMode(std::nullopt); };
     m_dictation->onText = [this](const QString &text) {
         storeText(text);
         followStore(); // the grid may be open by now
@@ -97,8 +97,6 @@ void CardController::installViewCallbacks()
 void CardController::showFreshCard()
 {
     m_dictation->end();
-    flushTextToStore();
-    discardActiveIfEmpty();
     loadFreshCard();
     presentCardFace();
 }
@@ -113,7 +111,7 @@ void CardController::toggleSummon()
     } else if (m_mode == CardMode::Card) {
         commitAndDismiss();
     } else {
-        exitGridMode(m_activeNoteID, false);
+        exitGridMode(m_activeNoteID);
     }
 }
 
@@ -128,7 +126,7 @@ void CardController::loadFreshCard()
 void CardController::presentCardFace()
 {
     m_mode = CardMode::Card;
-    settleFaces();
+    m_fades->settle();
     m_panel->restoreOrigin();
     m_panel->makeKeyAndOrderFront();
     focusFace();
@@ -143,16 +141,13 @@ void CardController::loadNote(const QUuid &id)
     }
     leaveNote();
     m_activeNoteID = id;
-    m_activeNoteIsNew = false;
-    m_activeNoteOriginalBody = note->body;
-    m_activeNoteOriginalLastEditedAt = note->lastEditedAt;
+    m_openedNote = note;
     m_content->textView()->setText(note->body);
     showPinOf(*note);
 }
 
 void CardController::beginNewNote()
 {
-    flushTextToStore();
     discardActiveIfEmpty();
     leaveNote();
     m_content->textView()->setText({});
@@ -163,9 +158,7 @@ void CardController::leaveNote()
 {
     m_dictation->leaveNote(m_activeNoteID);
     m_activeNoteID.reset();
-    m_activeNoteIsNew = true;
-    m_activeNoteOriginalBody.clear();
-    m_activeNoteOriginalLastEditedAt = Instant::min();
+    m_openedNote.reset();
 }
 
 void CardController::followStore()
@@ -176,21 +169,25 @@ void CardController::followStore()
     if (!note)
         return;
     showPinOf(*note);
-    if (!m_dictation->followNote(note->body))
-        return;
     // A discard takes back what was written here, not what was written elsewhere.
-    m_activeNoteOriginalBody = note->body;
-    m_activeNoteOriginalLastEditedAt = note->lastEditedAt;
+    if (showTextOf(*note) && m_openedNote)
+        m_openedNote = note;
+}
+
+bool CardController::showTextOf(const Note &note)
+{
+    if (m_dictation->isUnderWay())
+        return m_dictation->followNote(note.body);
+    BoundedTextView &textView = *m_content->textView();
+    if (note.body == textView.text())
+        return false;
+    textView.updateText(note.body);
+    return true;
 }
 
 void CardController::showPinOf(const Note &note)
 {
     m_content->setPinIndicatorHidden(!note.isPinned);
-}
-
-void CardController::flushTextToStore()
-{
-    storeText(m_content->textView()->text());
 }
 
 void CardController::storeText(const QString &text)
@@ -211,8 +208,8 @@ std::optional<QUuid> CardController::storeLateText(const std::optional<QUuid> &i
             return std::nullopt;
         // The words were kept before the card was opened again, which a discard goes back to.
         const auto note = m_store.note(*id);
-        if (note && correction.applyTo(m_activeNoteOriginalBody))
-            m_activeNoteOriginalLastEditedAt = note->lastEditedAt;
+        if (note && m_openedNote && correction.applyTo(m_openedNote->body))
+            m_openedNote->lastEditedAt = note->lastEditedAt;
         return id;
     }
     QString body = correction.before;
@@ -244,15 +241,11 @@ void CardController::discardActiveIfEmpty()
 void CardController::commitAndDismiss()
 {
     m_dictation->end();
-    flushTextToStore();
     const bool kept = m_activeNoteID && !isBlank(m_content->textView()->text());
     discardActiveIfEmpty();
     leaveNote();
     m_content->textView()->setText({});
-    if (kept)
-        showToastAndDismiss(tr("Note saved"));
-    else
-        orderOut();
+    orderOut(kept ? tr("Note saved") : QString());
 }
 
 void CardController::discardAndDismiss()
@@ -260,21 +253,18 @@ void CardController::discardAndDismiss()
     m_dictation->drop();
     const QString text = m_content->textView()->text();
     QString message;
-    if (m_activeNoteIsNew) {
+    if (!m_openedNote) {
         if (m_activeNoteID)
             m_store.deleteNote(*m_activeNoteID);
         if (!isBlank(text))
             message = tr("Note discarded");
-    } else if (m_activeNoteID && text != m_activeNoteOriginalBody) {
-        m_store.revert(*m_activeNoteID, m_activeNoteOriginalBody, m_activeNoteOriginalLastEditedAt);
+    } else if (text != m_openedNote->body) {
+        m_store.revert(m_openedNote->id, m_openedNote->body, m_openedNote->lastEditedAt);
         message = tr("Changes discarded");
     }
     leaveNote();
     m_content->textView()->setText({});
-    if (message.isEmpty())
-        orderOut();
-    else
-        showToastAndDismiss(message);
+    orderOut(message);
 }
 
 void CardController::togglePinOnActive()
@@ -289,47 +279,34 @@ void CardController::togglePinOnActive()
 void CardController::enterGridMode()
 {
     m_dictation->end();
-    flushTextToStore();
     m_store.purgeExpired();
-    m_root->setHidden(Face::Grid, false);
+    m_fades->reveal(Face::Grid);
     m_grid->reload(m_store.notes(), m_activeNoteID);
     m_grid->resetThumbAlphas();
     m_mode = CardMode::Grid;
-    m_content->setMousePassesThrough(true);
     focusFace();
-    crossFade(0.0, 1.0, [this] { m_root->setHidden(Face::Card, true); });
+    m_fades->crossFadeTo(Face::Grid);
 }
 
 void CardController::hide()
 {
     m_dictation->end();
-    flushTextToStore();
     orderOut();
 }
 
-void CardController::exitGridMode(std::optional<QUuid> focusing, bool newCard)
+void CardController::exitGridMode(std::optional<QUuid> focusing)
 {
-    if (newCard) {
+    if (focusing != m_activeNoteID)
         discardActiveIfEmpty();
+    if (focusing)
+        loadNote(*focusing);
+    else
         beginNewNote();
-    } else {
-        if (focusing != m_activeNoteID)
-            discardActiveIfEmpty();
-        const auto target = focusing ? focusing : m_activeNoteID;
-        if (target)
-            loadNote(*target);
-        else
-            beginNewNote();
-    }
-    m_root->setHidden(Face::Card, false);
+    m_fades->reveal(Face::Card);
     m_mode = CardMode::Card;
-    m_content->setMousePassesThrough(false);
     // What is typed while the faces still fade belongs to the card already.
     focusFace();
-    crossFade(1.0, 0.0, [this] {
-        m_root->setHidden(Face::Grid, true);
-        focusFace();
-    });
+    m_fades->crossFadeTo(Face::Card);
 }
 
 void CardController::toggleThumbPin(const QUuid &id)
@@ -343,6 +320,17 @@ void CardController::deleteFromGrid(const QUuid &id)
 {
     m_store.deleteNote(id);
     m_grid->animateDelete(id);
+}
+
+void CardController::orderOut(const QString &message)
+{
+    if (!message.isEmpty()) {
+        m_fades->showMessage(message, [this] { orderOut(); });
+        return;
+    }
+    m_dictation->end(); // begun while a message faded
+    m_panel->orderOut();
+    m_fades->settle();
 }
 
 void CardController::takeKeyboardBack()

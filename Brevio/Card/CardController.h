@@ -2,7 +2,6 @@
 
 #include "Brevio/Notes/Note.h"
 #include "Platform/Core/Observable.h"
-#include "Platform/Screen/Animation.h"
 
 #include <QObject>
 
@@ -27,11 +26,10 @@ namespace Brevio {
 class CardContentView;
 class CardDictation;
 class CardPanel;
+class FaceFades;
 class GridContentView;
 class NoteStore;
-class RootContainer;
 class Settings;
-class ToastView;
 struct Correction;
 
 /// Which face the panel shows.
@@ -95,8 +93,8 @@ private:
     Platform::EventVerdict handleKeyDown(const Platform::KeyEvent &event);
     void handleFlagsChanged(const Platform::KeyEvent &event);
 
-    /// Copies the card's text into the active note; the first text that is not blank creates it.
-    void flushTextToStore();
+    /// The active note gets the text; the first that is not blank creates it. Called in every edit,
+    /// so that nothing is ever left to be stored.
     void storeText(const QString &text);
     /// Puts words that were recognised late into the note that the card has left, or a new one,
     /// which is returned; none when there is no place for them any more.
@@ -112,46 +110,37 @@ private:
     /// Shows what has changed in the store but not on the card, without taking anything from under
     /// the user's hands.
     void followStore();
+    /// False, and nothing happens, when the card has that text already.
+    [[nodiscard]] bool showTextOf(const Note &note);
     void showPinOf(const Note &note);
-    /// Leaves the grid for the note, else for the active one, else for a blank card.
-    void exitGridMode(std::optional<QUuid> focusing, bool newCard);
+    /// Leaves the grid for the note, or for a blank card when there is none.
+    void exitGridMode(std::optional<QUuid> focusing);
     void toggleThumbPin(const QUuid &id);
     void deleteFromGrid(const QUuid &id);
 
-    void crossFade(double cardAlpha, double gridAlpha, std::function<void()> completion);
-    /// Shows the message over the card, then fades the panel out.
-    void showToastAndDismiss(const QString &message);
-    void fadeOutWithToast();
-    void orderOut();
-    /// Ends a running fade and leaves every face as it stands between fades.
-    void settleFaces();
+    /// Takes the panel away, at once or after the message.
+    void orderOut(const QString &message = {});
     void focusFace();
     /// Nothing happens while the panel is hidden or has it.
     void takeKeyboardBack();
 
     NoteStore &m_store;
-    Settings &m_settings;
-    Platform::MainQueue &m_queue;
     std::unique_ptr<CardPanel> m_panel;
     // Children of the panel.
     CardContentView *m_content;
     GridContentView *m_grid;
-    ToastView *m_toast;
-    RootContainer *m_root;
+    std::unique_ptr<FaceFades> m_fades;
 
     CardMode m_mode = CardMode::Card;
     std::optional<QUuid> m_activeNoteID;
-    bool m_activeNoteIsNew = true;    ///< begun on this card, also once its record exists
-    QString m_activeNoteOriginalBody; ///< what a discard goes back to
-    Instant m_activeNoteOriginalLastEditedAt = Instant::min(); ///< likewise
+    /// What a discard goes back to; none for a note begun on this card, also once it has a record.
+    std::optional<Note> m_openedNote;
 
     bool m_optionHeld = false;
     std::unique_ptr<CardDictation> m_dictation;
 
     Platform::Subscription m_keyMonitor;
     Platform::Subscription m_mergeSubscription;
-    Platform::Animation m_fade;          ///< the one running fade of the faces
-    Platform::MainQueue::Pending m_hold; ///< the pause in which the toast can be read
 };
 
 } // namespace Brevio

@@ -15,13 +15,10 @@ namespace Brevio {
 
 namespace {
 
+using KeyboardShortcuts::Key;
 using Platform::EventVerdict;
 using Platform::KeyEvent;
 namespace Modifier = Platform::Modifier;
-
-constexpr int returnKey = 36;
-constexpr int kKey = 40;
-constexpr int escapeKey = 53;
 
 constexpr Platform::ModifierFlags otherThanOption =
     Modifier::Shift | Modifier::Control | Modifier::Command;
@@ -52,21 +49,22 @@ void CardController::registerSummonHotkey()
 
 EventVerdict CardController::handleKeyDown(const KeyEvent &event)
 {
+    const Key key{event.keyCode};
     const bool command = (event.modifiers & Modifier::Command) != 0;
     const bool shift = (event.modifiers & Modifier::Shift) != 0;
     const bool onCard = m_mode == CardMode::Card;
 
     if (m_optionHeld && !event.isRepeat)
         m_dictation->callOff();
-    if (event.keyCode == escapeKey) {
-        onCard ? discardAndDismiss() : exitGridMode(m_activeNoteID, false);
+    if (key == Key::escape) {
+        onCard ? discardAndDismiss() : exitGridMode(m_activeNoteID);
         return EventVerdict::Swallow;
     }
-    if (event.keyCode == returnKey && command) {
-        onCard ? commitAndDismiss() : exitGridMode(m_activeNoteID, false);
+    if (key == Key::return_ && command) {
+        onCard ? commitAndDismiss() : exitGridMode(m_activeNoteID);
         return EventVerdict::Swallow;
     }
-    if (event.keyCode == kKey && command && shift) {
+    if (key == Key::k && command && shift) {
         if (onCard)
             togglePinOnActive();
         return EventVerdict::Swallow;

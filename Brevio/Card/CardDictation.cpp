@@ -85,18 +85,12 @@ void CardDictation::noteEdit()
 
 bool CardDictation::followNote(const QString &body)
 {
-    const QString shown = m_textView.text();
-    const QString before = m_preDictationBody.value_or(shown);
-    if (body == before)
+    if (body == *m_preDictationBody)
         return false;
-    QString text = body;
-    if (m_preDictationBody) {
-        const QString heard = shown.mid(before.isEmpty() ? 0 : before.size() + 1);
-        m_preDictationBody = body;
-        if (const QString both = joined(body, heard); fits(both))
-            text = both;
-    }
-    m_textView.updateText(text);
+    const QString before = *std::exchange(m_preDictationBody, body);
+    const QString heard = m_textView.text().mid(before.isEmpty() ? 0 : before.size() + 1);
+    const QString both = joined(body, heard);
+    m_textView.updateText(m_textView.fits(both) ? both : body);
     return true;
 }
 
@@ -110,7 +104,7 @@ bool CardDictation::correct(const Correction &correction)
 {
     // Option may be down again, and more have been heard below.
     QString text = m_textView.text();
-    if (!correction.applyTo(text) || !fits(text))
+    if (!correction.applyTo(text) || !m_textView.fits(text))
         return false;
     const bool isAtEnd = m_textView.textCursor().atEnd() && !m_textView.textCursor().hasSelection();
     m_textView.updateText(text);
@@ -128,7 +122,7 @@ void CardDictation::applyLivePartial(const QString &transcript)
     if (!m_preDictationBody)
         return;
     const QString text = joined(*m_preDictationBody, transcript);
-    const bool isShown = fits(text);
+    const bool isShown = m_textView.fits(text);
     m_textView.setText(isShown ? text : *m_preDictationBody);
     if (!isShown)
         onRefused();
@@ -137,7 +131,8 @@ void CardDictation::applyLivePartial(const QString &transcript)
 void CardDictation::applyFinalResult(const Spoken &spoken, const QString &transcript)
 {
     const Correction correction{spoken.shown, joined(spoken.base, transcript)};
-    if (spoken.isDropped || correction.after == correction.before || !fits(correction.after))
+    if (spoken.isDropped || correction.after == correction.before ||
+        !m_textView.fits(correction.after))
         return;
     if (spoken.place == m_place) {
         (void)correct(correction);
@@ -157,12 +152,6 @@ void CardDictation::followCorrection(const Place &place, const Correction &corre
         (void)correction.applyTo(later->base);
         (void)correction.applyTo(later->shown);
     }
-}
-
-bool CardDictation::fits(const QString &text) const
-{
-    return m_textView.usedHeight(text) <=
-           m_textView.maxVisibleHeight + BoundedTextView::heightTolerance;
 }
 
 } // namespace Brevio

@@ -40,6 +40,8 @@ public:
     void callOff() { m_dictation.callOff(); }
     [[nodiscard]] bool asksFirst() const { return m_dictation.asksFirst(); }
 
+    /// Between begin() and end() or drop(). Then what is heard stands below the card's own text.
+    [[nodiscard]] bool isUnderWay() const { return m_preDictationBody.has_value(); }
     /// Keeps what was heard. Nothing happens outside a dictation.
     void end();
     /// Drops what was heard since Option went down, and the last words still missing on this card.
@@ -48,8 +50,8 @@ public:
     /// The user has edited the card: what is there now stays as it is, and what is heard from here
     /// on goes below it.
     void noteEdit();
-    /// Another machine has changed the text: shows it, above what was heard. False, and nothing
-    /// happens, when that is what the card has already.
+    /// Only while it is under way: another machine has changed the text. Shows it, above what was
+    /// heard. False, and nothing happens, when that is what was there already.
     [[nodiscard]] bool followNote(const QString &body);
     /// The card is about to show something else; none when its text has no note.
     void leaveNote(const std::optional<QUuid> &id);
@@ -84,7 +86,6 @@ private:
     void applyLivePartial(const QString &transcript);
     void applyFinalResult(const Spoken &spoken, const QString &transcript);
     void followCorrection(const Place &place, const Correction &correction);
-    [[nodiscard]] bool fits(const QString &text) const;
 
     BoundedTextView &m_textView;
     Place m_place;                               ///< of the text on the card

@@ -1,5 +1,7 @@
 #include "Brevio/Card/CardPanel.h"
 
+#include "Brevio/Card/CardShape.h"
+
 #include <QCloseEvent>
 #include <QJsonObject>
 #include <QMouseEvent>
@@ -13,8 +15,6 @@ namespace Brevio {
 
 namespace {
 
-constexpr QSize panelSize{460, 280};
-constexpr double cornerRadius = 14.0;
 const auto originKey = QStringLiteral("brevio.card.lastOrigin");
 
 /// How long after a showing a window manager may still be correcting the place.
@@ -37,7 +37,7 @@ double shakeOffset(double progress)
 
 bool isOnSomeScreen(QPointF origin, const std::vector<Platform::Screen> &screens)
 {
-    const QRectF frame(origin, QSizeF(panelSize));
+    const QRectF frame(origin, CardShape::size);
     return std::any_of(screens.begin(), screens.end(), [&](const Platform::Screen &screen) {
         return screen.visibleFrame.intersects(frame);
     });
@@ -50,11 +50,11 @@ CardPanel::CardPanel(Platform::UserDefaults &defaults, Platform::Screens &screen
     : m_defaults(defaults)
     , m_screens(screens)
     , m_queue(queue)
-    , m_window(Platform::PanelWindow::create(*this, cornerRadius))
+    , m_window(Platform::PanelWindow::create(*this, CardShape::cornerRadius))
 {
     setWindowTitle(QStringLiteral("Brevio"));
     setAttribute(Qt::WA_QuitOnClose, false);
-    setFixedSize(panelSize);
+    setFixedSize(CardShape::size);
     restoreOrigin();
 }
 
@@ -110,8 +110,7 @@ void CardPanel::centerOnCursorScreen(const std::vector<Platform::Screen> &screen
         if (found != screens.end())
             chosen = found;
     }
-    setOrigin(chosen->visibleFrame.center() -
-              QPointF(panelSize.width() / 2.0, panelSize.height() / 2.0));
+    setOrigin(chosen->visibleFrame.center() - QRectF({}, CardShape::size).center());
 }
 
 void CardPanel::setOrigin(QPointF origin)

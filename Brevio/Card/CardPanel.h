@@ -13,10 +13,10 @@
 
 namespace Brevio {
 
-/// The floating window that the card and the grid appear in: 460 by 280, frameless, translucent,
-/// above other windows on every workspace, moved by any point of its background. It remembers
-/// where the user left it. Created once, shown and hidden, owned by the controller. A window
-/// manager's request to close it hides it. Origins are bottom-left corners, as in
+/// The floating window that the card and the grid appear in: of a card's size, frameless,
+/// translucent, above other windows on every workspace, moved by any point of its background. It
+/// remembers where the user left it. Created once, shown and hidden, owned by the controller. A
+/// window manager's request to close it hides it. Origins are bottom-left corners, as in
 /// Platform::Screens. Main thread only.
 class CardPanel final : public QWidget
 {

@@ -1,6 +1,7 @@
 #include "Brevio/Card/RootContainer.h"
 
 #include "Brevio/Card/CardContentView.h"
+#include "Brevio/Card/CardShape.h"
 #include "Brevio/Card/ToastView.h"
 #include "Brevio/CardColors.h"
 
@@ -8,18 +9,11 @@
 
 #include <algorithm>
 #include <cmath>
-#include <numbers>
 
 namespace Brevio {
 
 namespace {
 
-constexpr double cornerRadius = 14.0;
-/// How far along the edges a corner begins to bend, in radii, and the exponent of the superellipse
-/// that it follows, chosen so that it passes the middle where a circle of the radius would.
-constexpr double cornerReach = 1.528;
-constexpr double cornerPower = 3.26;
-constexpr int cornerSteps = 24;
 /// The hairline that keeps a cream sheet apart from a white window behind it.
 constexpr double hairline = 1.0;
 constexpr double hairlineAlpha = 0.10;
@@ -45,7 +39,7 @@ public:
     {
         m_isMixing = mixing;
         // At rest only the edge is covered, so that the faces scroll and repaint unhindered.
-        const int reach = static_cast<int>(std::ceil(cornerRadius * cornerReach));
+        const int reach = static_cast<int>(std::ceil(CardShape::cornerReach));
         const QRect all = rect();
         if (mixing || all.width() <= 2 * reach || all.height() <= 2 * reach) {
             clearMask();
@@ -71,7 +65,7 @@ protected:
         if (window()->testAttribute(Qt::WA_TranslucentBackground)) {
             QPainterPath corners;
             corners.addRect(rect());
-            corners.addPath(outline(rect())); // a hole, which takes no computing
+            corners.addPath(CardShape::outline(rect())); // a hole, which takes no computing
             painter.setCompositionMode(QPainter::CompositionMode_DestinationOut);
             painter.fillPath(corners, Qt::black);
         }
@@ -79,7 +73,8 @@ protected:
         QPen pen(CardColors::cardInk().resolved(m_root->m_appearance.scheme(), hairlineAlpha));
         pen.setWidthF(hairline);
         const double half = hairline / 2.0;
-        painter.strokePath(outline(QRectF(rect()).adjusted(half, half, -half, -half)), pen);
+        painter.strokePath(CardShape::outline(QRectF(rect()).adjusted(half, half, -half, -half)),
+                           pen);
     }
 
 private:
@@ -144,31 +139,6 @@ RootContainer::RootContainer(CardContentView *card, QWidget *grid, ToastView *to
     connect(&appearance, &Platform::Appearance::changed, this, [this] { update(); });
     resize(card->size());
     updateFaces();
-}
-
-QPainterPath RootContainer::outline(const QRectF &rect)
-{
-    const double reach =
-        std::min({cornerRadius * cornerReach, rect.width() / 2.0, rect.height() / 2.0});
-    QPolygonF polygon;
-    const auto addCorner = [&](const QPointF &corner, int xSign, int ySign, bool isReversed) {
-        for (int i = 0; i <= cornerSteps; ++i) {
-            const int step = isReversed ? cornerSteps - i : i;
-            const double angle = std::numbers::pi / 2.0 * step / cornerSteps;
-            // From the vertical edge (step 0) to the horizontal one.
-            const double x = 1.0 - std::pow(std::max(std::cos(angle), 0.0), 2.0 / cornerPower);
-            const double y = 1.0 - std::pow(std::max(std::sin(angle), 0.0), 2.0 / cornerPower);
-            polygon << corner + QPointF(xSign * reach * x, ySign * reach * y);
-        }
-    };
-    addCorner(rect.topLeft(), 1, 1, false);
-    addCorner(rect.topRight(), -1, 1, true);
-    addCorner(rect.bottomRight(), -1, -1, false);
-    addCorner(rect.bottomLeft(), 1, -1, true);
-    QPainterPath path;
-    path.addPolygon(polygon);
-    path.closeSubpath();
-    return path;
 }
 
 void RootContainer::setAlpha(Face face, double alpha)

@@ -2,7 +2,6 @@
 
 #include "Platform/Screen/Appearance.h"
 
-#include <QPainterPath>
 #include <QWidget>
 
 #include <array>
@@ -27,9 +26,6 @@ public:
     /// must outlive the container.
     RootContainer(CardContentView *card, QWidget *grid, ToastView *toast,
                   Platform::Appearance &appearance, QWidget *parent = nullptr);
-
-    /// The shape of a sheet that fills the rectangle, for masks and shadows.
-    [[nodiscard]] static QPainterPath outline(const QRectF &rect);
 
     /// 0 to 1. Two faces whose alphas add up to 1 mix exactly.
     [[nodiscard]] double alpha(Face face) const { return state(face).alpha; }

@@ -81,7 +81,7 @@ void Dictation::callOff()
 
 void Dictation::requestAuthorization()
 {
-    if (std::exchange(m_isAsking, true))
+    if (std::exchange(m_hasAsked, true))
         return;
     // The answers come when the user gives them, who may have ended the program instead.
     const auto whileAlive = [life = std::weak_ptr(m_life)](auto job) {
@@ -102,7 +102,6 @@ void Dictation::requestAuthorization()
 
 void Dictation::settleAuthorization(bool isGranted)
 {
-    m_isAsking = false;
     m_authState = isGranted ? AuthState::Granted : AuthState::Denied;
     if (onAuthorizationSettled)
         onAuthorizationSettled();

@@ -81,7 +81,7 @@ private:
     AuthState m_authState = AuthState::Unknown;
     QString m_transcript;
     bool m_isWanted = false; ///< between start() and stop()
-    bool m_isAsking = false;
+    bool m_hasAsked = false;
     Platform::MainQueue::Pending m_announced; ///< what callOff() calls off
     std::shared_ptr<Platform::SpeechRecognizer> m_recognizer;
     std::shared_ptr<Platform::SpeechRequest> m_request;

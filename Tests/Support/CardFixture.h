@@ -59,18 +59,42 @@ struct CardFixture
         if (isShown())
             QVERIFY(QTest::qWaitForWindowActive(&controller.panel()));
     }
+    /// '\b' is the Backspace key.
     void type(const QString &keys) { QTest::keyClicks(&text(), keys); }
+    /// On a card that is summoned for it.
+    void write(const QString &keys)
+    {
+        summon();
+        type(keys);
+    }
     void press(Qt::Key key, Qt::KeyboardModifiers modifiers = Qt::NoModifier)
     {
         QWidget *focus = controller.panel().focusWidget();
         QTest::keyClick(focus ? focus : &controller.panel(), key, modifiers);
     }
-    void erase(int characters)
+    void pressAlt() { QTest::keyPress(&text(), Qt::Key_Alt, Qt::AltModifier); }
+    /// Until the microphone is open.
+    void hold()
     {
-        for (int i = 0; i < characters; ++i)
-            press(Qt::Key_Backspace);
+        pressAlt();
+        permissions.answer(true, true);
+        wait(std::chrono::milliseconds(150));
     }
-    void hold() { QTest::keyPress(&text(), Qt::Key_Alt, Qt::AltModifier); }
+    void holdAndSay(const QString &words)
+    {
+        hold();
+        recognizer().report(words);
+    }
+    void say(const QString &words)
+    {
+        holdAndSay(words);
+        release();
+    }
+    bool isQuiet()
+    {
+        return !text().isDictating() && !audioEngine.isRunning() && !audioEngine.hasTap();
+    }
+    FakeSpeechRecognizer &recognizer() { return *recognizers.shared; }
     void release() { QTest::keyRelease(&text(), Qt::Key_Alt); }
     void keep() { press(Qt::Key_Return, Qt::ControlModifier); }
     void discard() { press(Qt::Key_Escape); }
@@ -93,12 +117,13 @@ struct CardFixture
         wait(longEnough);
         return id;
     }
-    /// Another machine gives the newest note this text.
+    /// Another machine pins the newest note and gives it this text.
     void editElsewhere(const QString &body)
     {
         wait(longEnough); // the file holds what was typed
         Brevio::NoteList notes = store.notes();
         notes.front().body = body;
+        notes.front().isPinned = true;
         notes.front().lastEditedAt = clock.now();
         const QString path = *cloud.root + QStringLiteral("/Documents/notes.json");
         QVERIFY(Platform::Files::replaceAtomically(path, Brevio::StoreFile::encode(notes, {})));

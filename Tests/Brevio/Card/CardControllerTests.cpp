@@ -1,6 +1,9 @@
+#include "Brevio/Grid/NoteThumbView.h"
 #include "Tests/Support/CardFixture.h"
+#include "Tests/Support/TableRow.h"
 
 using namespace Brevio;
+using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 using Card = CardFixture;
 using Face = RootContainer::Face;
@@ -10,75 +13,82 @@ class CardControllerTests : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void newCardEndsAsTheLastKeySays()
+    void cardEndsAsTheLastKeySays()
     {
-        const std::initializer_list<std::tuple<QString, int, bool, QString>> cases{
-            {u"  word \t"_qs, 0, true, u"Note saved"_qs},
-            {u"   "_qs, 0, true, {}},
-            {u"x"_qs, 1, true, {}},
-            {u"word"_qs, 0, false, u"Note discarded"_qs},
-            {{}, 0, false, {}}};
-        for (const auto &[typed, erased, kept, toast] : cases) {
+        struct Case
+        {
+            QString opened, typed;
+            bool isKept;
+            QString left, toast;
+        };
+        const std::initializer_list<Case> cases{
+            {{}, u"  word \t"_s, true, u"  word \t"_s, u"Note saved"_s},
+            {{}, u"   "_s, true, {}, {}},
+            {{}, u"x\b"_s, true, {}, {}},
+            {{}, u"word"_s, false, {}, u"Note discarded"_s},
+            {{}, {}, false, {}, {}},
+            {u"tea"_s, u"m"_s, true, u"team"_s, u"Note saved"_s},
+            {u"tea"_s, u"\b\b\b"_s, true, {}, {}},
+            {u"tea"_s, {}, false, u"tea"_s, {}},
+            {u"tea"_s, u"m"_s, false, u"tea"_s, u"Changes discarded"_s},
+            {u"tea"_s, u"\b\b\b"_s, false, u"tea"_s, u"Changes discarded"_s},
+            {u"tea"_s, u"m\b"_s, false, u"tea"_s, {}}}; // there is nothing to discard
+        for (const auto &[opened, typed, isKept, left, toast] : cases) {
+            const TableRow row(opened + u'+' + typed + u' ' + toast);
             Card card;
-            card.summon();
-            card.pin(); // a blank card has nothing to pin
+            const auto start = card.clock.now();
+            opened.isEmpty() ? card.summon() : (void)card.openExisting(opened);
             card.type(typed);
-            // In the store at once; blank text makes no record.
-            QCOMPARE(card.bodies(), typed.trimmed().isEmpty() ? QStringList() : QStringList{typed});
-            card.erase(erased);
-            kept ? card.keep() : card.discard();
+            // What it shows is in the store at once; blank text makes no record.
+            const QString shown = card.text().text();
+            QCOMPARE(card.bodies().value(0), shown.trimmed().isEmpty() ? QString() : shown);
+            isKept ? card.summon() : card.discard();
 
             QCOMPARE(card.toast(), toast);
             QCOMPARE(card.isShown(), !toast.isEmpty());
-            QVERIFY(!card.controller.activeNoteID());
-            QCOMPARE(card.text().text(), QString());
-            QCOMPARE(card.bodies(), toast == u"Note saved" ? QStringList{typed} : QStringList());
-            card.wait(761ms); // a toast, and the fade after it
-            QVERIFY(!card.isShown());
+            QVERIFY(!card.controller.activeNoteID() && card.text().text().isEmpty());
+            if (card.isShown()) {
+                card.type(u"new"_s); // under the toast
+                card.discard();
+            }
+            QCOMPARE(card.bodies(), left.isEmpty() ? QStringList() : QStringList{left});
+            if (!left.isEmpty() && !opened.isEmpty()) {
+                const bool isEdited = !typed.isEmpty() && toast != u"Changes discarded";
+                QCOMPARE(card.store.notes().front().createdAt, start);
+                QCOMPARE(card.store.notes().front().lastEditedAt > start, isEdited);
+            }
         }
     }
 
-    void openedNoteEndsAsTheLastKeySays()
+    void discardSparesWhatAnotherMachineWrote()
     {
-        const std::initializer_list<std::tuple<QString, int, bool, QString, bool, QString>> cases{
-            {u"m"_qs, 0, true, u"team"_qs, true, u"Note saved"_qs},
-            {{}, 3, true, {}, false, {}},
-            {{}, 0, false, u"tea"_qs, false, {}},
-            {u"m"_qs, 0, false, u"tea"_qs, false, u"Changes discarded"_qs},
-            {{}, 3, false, u"tea"_qs, false, u"Changes discarded"_qs},
-            {u"m"_qs, 1, false, u"tea"_qs, true, {}}}; // there is nothing to discard
-        for (const auto &[typed, erased, kept, body, hasNewTime, toast] : cases) {
+        for (const auto &[theirs, left] : {std::pair(u"team and milk"_s, u"team and milk"_s),
+                                           {u"team"_s, u"tea"_s}}) { // as it is here already
+            const TableRow row(theirs);
             Card card;
-            const QUuid id = card.openExisting(QStringLiteral("tea"));
-            const Note before = *card.store.note(id);
-            card.type(typed);
-            card.erase(erased);
-            kept ? card.summon() : card.discard();
-
-            QCOMPARE(card.toast(), toast);
-            const auto after = card.store.note(id);
-            QCOMPARE(after ? after->body : QString(), body);
-            if (after) {
-                QCOMPARE(after->createdAt, before.createdAt);
-                QCOMPARE(after->lastEditedAt > before.lastEditedAt, hasNewTime);
-            }
-            if (toast.isEmpty())
-                continue;
-            card.type(QStringLiteral("new")); // while the toast still shows
+            card.openExisting(u"tea"_s);
+            card.type(u"m"_s);
+            card.editElsewhere(theirs);
+            QVERIFY(!card.card().isPinIndicatorHidden());
+            const auto edited = card.clock.now();
+            card.wait(1s);
+            card.type(u"s"_s); // where the caret was
+            QVERIFY(card.bodies().constFirst().startsWith(u"teams"));
             card.discard();
-            QCOMPARE(card.bodies(), QStringList{body});
+            QCOMPARE(card.bodies(), QStringList{left});
+            QCOMPARE(card.store.notes().front().lastEditedAt == edited, left == theirs);
         }
     }
 
     void refusedEditShakesAndLeavesTheStoreWithWhatTheCardShows()
     {
         Card card;
-        card.summon();
-        card.type(QStringLiteral("a"));
-        for (int i = 0; i < 40; ++i)
+        card.write(u"a"_s);
+        for (int i = 0; i < 12; ++i)
             card.press(Qt::Key_Return);
-        QVERIFY(card.text().text().size() < 40);
-        QCOMPARE(card.bodies(), QStringList{card.text().text()});
+        const QString elevenLines = u"a"_s + QString(10, u'\n');
+        QCOMPARE(card.text().text(), elevenLines);
+        QCOMPARE(card.bodies(), QStringList{elevenLines});
         const QPointF rest = card.screens.placements.back();
         card.wait(50ms);
         QVERIFY(card.screens.placements.back() != rest);
@@ -88,43 +98,75 @@ private Q_SLOTS:
     {
         Card card;
         card.summon();
-        card.type(QStringLiteral("ab"));
+        card.pin(); // a blank card has nothing to pin
+        card.type(u"ab"_s);
         card.press(Qt::Key_K, Qt::ControlModifier);
-        QVERIFY2(!card.store.notes().front().isPinned, "Ctrl+K without Shift pins nothing");
+        QVERIFY2(!card.store.notes().front().isPinned, "nor has Ctrl+K without Shift");
         card.pin();
         card.pin();
         QVERIFY(card.card().isPinIndicatorHidden());
+        card.pin();
+        QVERIFY(card.store.notes().front().isPinned && !card.card().isPinIndicatorHidden());
         card.press(Qt::Key_Enter, Qt::ControlModifier | Qt::KeypadModifier);
         QVERIFY2(card.isShown() && card.controller.activeNoteID(),
                  "the keypad's Enter keeps nothing");
+        const QUuid id = *card.controller.activeNoteID();
         card.press(Qt::Key_Return, Qt::ControlModifier | Qt::ShiftModifier);
-        QCOMPARE(card.toast(), QStringLiteral("Note saved"));
+        QCOMPARE(card.toast(), u"Note saved"_s);
+        // The mark is the note's.
+        card.controller.showFreshCard();
+        QVERIFY(card.card().isPinIndicatorHidden());
+        card.controller.enterGridMode();
+        card.controller.grid().onThumbClick(id);
+        QVERIFY(!card.card().isPinIndicatorHidden());
     }
 
-    void cardSummonedDuringTheToastStays()
+    void messageTakesThePanelWithIt()
     {
-        for (const auto moment : {50ms, 300ms, 650ms}) {
+        Card card;
+        card.write(u"word"_s);
+        card.keep();
+        card.wait(140ms);
+        QVERIFY(card.root().alpha(Face::Toast) == 1.0 && card.root().alpha(Face::Card) == 0.0);
+        card.wait(420ms);
+        QVERIFY(card.root().alpha(Face::Toast) == 1.0 && card.controller.panel().alpha() == 1.0);
+        card.wait(199ms);
+        QVERIFY(card.root().alpha(Face::Toast) < 0.1 && card.controller.panel().alpha() < 0.1);
+        QVERIFY(card.isShown());
+        card.wait(1ms);
+        QVERIFY(!card.isShown());
+    }
+
+    void whatIsOpenedDuringTheMessageStays()
+    {
+        for (const int moment : {50, 300, 650, -50, -300, -650}) { // negative: the grid
+            const TableRow row(QString::number(moment));
+            const Face face = moment > 0 ? Face::Card : Face::Grid;
             Card card;
-            card.summon();
-            card.type(QStringLiteral("first"));
+            card.write(u"first"_s);
             card.keep();
-            card.wait(moment);
-            card.summon(); // the card is key and blank: it goes at once
-            QVERIFY(!card.isShown());
-            card.summon();
+            card.wait(std::chrono::milliseconds(std::abs(moment)));
+            if (face == Face::Card) {
+                card.summon(); // the card is key and blank: it goes at once
+                QVERIFY(!card.isShown());
+                card.summon();
+            } else {
+                card.controller.enterGridMode();
+            }
             card.wait(longEnough);
-            QVERIFY2(card.isShown(), "the first card's fade must not take the second away");
+            QVERIFY(card.isShown());
             QCOMPARE(card.controller.panel().alpha(), 1.0);
-            QCOMPARE(card.root().alpha(Face::Card), 1.0);
+            QCOMPARE(card.root().alpha(face), 1.0);
+            QCOMPARE(card.root().alpha(Face::Toast), 0.0);
         }
     }
 
     void noteThatVanishedUnderTheCardIsNotBroughtBack()
     {
         Card card;
-        const QUuid id = card.openExisting(QStringLiteral("shared"));
+        const QUuid id = card.openExisting(u"shared"_s);
         card.store.deleteNote(id);
-        card.type(QStringLiteral("!"));
+        card.type(u"!"_s);
         card.pin();
         card.keep();
         QVERIFY(card.store.notes().empty());
@@ -134,53 +176,65 @@ private Q_SLOTS:
     {
         Card card;
         const QUuid other = card.store.newNote();
-        card.store.setBody(other, QStringLiteral("other"));
+        card.store.setBody(other, u"other"_s);
         card.wait(1s);
         // Back on its own note: it counts as opened now, so discarding has nothing to undo.
-        card.summon();
-        card.type(QStringLiteral("mine"));
+        card.write(u"mine"_s);
         card.controller.enterGridMode();
         card.discard();
-        QCOMPARE(card.text().text(), QStringLiteral("mine"));
+        QCOMPARE(card.text().text(), u"mine"_s);
         card.discard();
-        QCOMPARE(card.bodies(), (QStringList{u"mine"_qs, u"other"_qs}));
+        QCOMPARE(card.bodies(), (QStringList{u"mine"_s, u"other"_s}));
 
         // A blank record is dropped when the user turns to another note.
-        card.summon();
-        card.type(QStringLiteral("x"));
-        card.erase(1);
+        card.write(u"x\b"_s);
         card.controller.enterGridMode();
         card.controller.grid().onThumbClick(other);
-        QCOMPARE(card.text().text(), QStringLiteral("other"));
-        QCOMPARE(card.bodies(), (QStringList{u"mine"_qs, u"other"_qs}));
+        QCOMPARE(card.text().text(), u"other"_s);
+        QCOMPARE(card.bodies(), (QStringList{u"mine"_s, u"other"_s}));
     }
 
     void everyWayOutOfTheGridEndsOnTheCard()
     {
-        const std::initializer_list<std::tuple<void (*)(Card &), QString, std::size_t>> ways{
-            {[](Card &card) { card.discard(); }, u"mine"_qs, 1},
-            {[](Card &card) { card.keep(); }, u"mine"_qs, 1},
-            {[](Card &card) { card.summon(); }, u"mine"_qs, 1},
-            {[](Card &card) { card.controller.grid().onNewCardTapped(); }, {}, 1},
-            {[](Card &card) {
+        using Way = void (*)(Card &);
+        const std::initializer_list<std::tuple<const char *, Way, QString, std::size_t>> ways{
+            {"Escape", [](Card &card) { card.discard(); }, u"mine"_s, 1},
+            {"Ctrl+Return", [](Card &card) { card.keep(); }, u"mine"_s, 1},
+            {"the shortcut", [](Card &card) { card.summon(); }, u"mine"_s, 1},
+            {"the plus", [](Card &card) { card.controller.grid().onNewCardTapped(); }, {}, 1},
+            {"deleted",
+             [](Card &card) {
                  card.controller.grid().onThumbDelete(*card.controller.activeNoteID());
                  card.discard();
              },
              {},
              0},
-            {[](Card &card) { card.controller.grid().onThumbClick(QUuid()); }, {}, 1}};
-        for (const auto &[leave, text, notes] : ways) {
+            {"closed",
+             [](Card &card) {
+                 card.controller.panel().close();
+                 card.summon();
+             },
+             {},
+             1},
+            {"gone", [](Card &card) { card.controller.grid().onThumbClick(QUuid()); }, {}, 1}};
+        for (const auto &[name, leave, text, notes] : ways) {
+            const TableRow row(QString::fromLatin1(name));
             Card card;
-            card.summon();
-            card.type(QStringLiteral("mine"));
+            card.write(u"mine"_s);
             card.controller.enterGridMode();
-            card.wait(longEnough);
+            card.wait(199ms);
+            QVERIFY(!card.root().isHidden(Face::Card) && card.root().alpha(Face::Card) > 0.0);
+            QCOMPARE(card.root().childAt(200, 100), &card.controller.grid());
+            card.wait(1ms);
+            QVERIFY(card.root().isHidden(Face::Card) && card.root().alpha(Face::Card) == 0.0);
             card.pin();
             QVERIFY2(!card.store.notes().front().isPinned, "the pin key is swallowed in the grid");
             leave(card);
             QCOMPARE(card.controller.mode(), CardMode::Card);
+            QVERIFY(card.text().hasFocus()); // at once
+            QCOMPARE(card.root().childAt(200, 100), card.text().viewport());
             card.wait(longEnough);
-            QVERIFY(card.isShown() && card.text().hasFocus());
+            QVERIFY(card.isShown() && card.root().isHidden(Face::Grid));
             QCOMPARE(card.text().text(), text);
             QCOMPARE(card.store.notes().size(), notes);
         }
@@ -190,19 +244,17 @@ private Q_SLOTS:
     {
         for (const auto &[toggles, spacing] :
              {std::pair(20, 0), {19, 1}, {20, 50}, {19, 150}, {20, 199}, {19, 200}, {20, 201}}) {
+            const TableRow row(QString::number(spacing));
             Card card;
             card.summon();
             for (int i = 0; i < toggles; ++i) {
-                if (i % 2 == 0)
-                    card.controller.enterGridMode();
-                else
-                    card.discard();
+                card.card().onGridButtonTapped();
                 card.wait(std::chrono::milliseconds(spacing));
             }
             card.wait(longEnough);
             const bool onGrid = toggles % 2 == 1;
-            QCOMPARE(card.root().isHidden(Face::Grid), !onGrid);
-            QCOMPARE(card.root().isHidden(Face::Card), onGrid);
+            QVERIFY(card.root().isHidden(onGrid ? Face::Card : Face::Grid));
+            QVERIFY(!card.root().isHidden(onGrid ? Face::Grid : Face::Card));
             QCOMPARE(card.root().alpha(onGrid ? Face::Grid : Face::Card), 1.0);
         }
     }
@@ -210,14 +262,17 @@ private Q_SLOTS:
     void gridForgetsExpiredNotes()
     {
         Card card;
-        card.store.setBody(card.store.newNote(), QStringLiteral("old"));
+        card.store.setBody(card.store.newNote(), u"old"_s);
         card.wait(24h);
-        card.summon();
-        card.type(QStringLiteral("fresh"));
+        card.write(u"fresh"_s);
         card.wait(24h * 6 + 1s);
         card.controller.enterGridMode();
-        QCOMPARE(card.bodies(), QStringList{u"fresh"_qs});
+        QCOMPARE(card.bodies(), QStringList{u"fresh"_s});
         QCOMPARE(card.controller.grid().thumbs().size(), 1U);
+        // Which is pinned there.
+        card.controller.grid().onThumbPinToggle(card.store.notes().front().id);
+        QVERIFY(card.store.notes().front().isPinned);
+        QVERIFY(card.controller.grid().thumbs().front()->note()->isPinned);
     }
 };
 

@@ -1,35 +1,21 @@
 #include "Brevio/Grid/NoteThumbView.h"
 #include "Tests/Support/CardFixture.h"
+#include "Tests/Support/TableRow.h"
 
 using namespace Brevio;
+using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 
 namespace {
 
-/// A card whose user is allowed to dictate, summoned.
+/// A card whose user is allowed to dictate, summoned and written on.
 struct Card : CardFixture
 {
-    Card()
+    explicit Card(const QString &typed = {})
     {
         permissions.isRemembered = true;
-        summon();
+        write(typed);
     }
-
-    /// Holds the key until the microphone is open.
-    void hold()
-    {
-        CardFixture::hold();
-        permissions.answer(true, true);
-        wait(150ms);
-    }
-    FakeSpeechRecognizer &recognizer() { return *recognizers.shared; }
-    void say(const QString &words)
-    {
-        hold();
-        recognizer().report(words);
-        release();
-    }
-    bool isQuiet() const { return !audioEngine.isRunning() && !audioEngine.hasTap(); }
 };
 
 } // namespace
@@ -42,98 +28,95 @@ private Q_SLOTS:
     void wordsComeBelowTheText()
     {
         for (const auto &[base, text] :
-             {std::pair(QString(), u"Two words"_qs), {u"  "_qs, u"  \nTwo words"_qs}}) {
+             {std::pair(QString(), u"Two words"_s), {u"  "_s, u"  \nTwo words"_s}}) {
+            const TableRow row(base);
             Card card;
             card.text().setText(base);
-            card.hold();
+            card.holdAndSay(u"To"_s);
             QVERIFY(card.text().isDictating());
-            card.recognizer().report(QStringLiteral("To"));
-            card.recognizer().report(QStringLiteral("Two words"));
+            card.recognizer().report(u"Two words"_s);
             QCOMPARE(card.text().text(), text);
             QCOMPARE(card.bodies(), QStringList()); // not before the key is up
             card.release();
-            QVERIFY(!card.text().isDictating());
             QVERIFY(card.isQuiet());
             QCOMPARE(card.bodies(), QStringList{text});
 
             // A second look at what was heard, which replaces the first and no more.
             card.press(Qt::Key_Home, Qt::ControlModifier);
-            card.recognizer().finish(QStringLiteral("Two words more"));
+            card.recognizer().finish(u"Two words more"_s);
             QCOMPARE(card.text().textCursor().position(), 0);
-            QCOMPARE(card.bodies(), QStringList{text + u" more"_qs});
-            QCOMPARE(card.text().text(), text + u" more"_qs);
+            QCOMPARE(card.bodies(), QStringList{text + u" more"_s});
+            QCOMPARE(card.text().text(), text + u" more"_s);
         }
     }
 
     void silenceChangesNothing()
     {
-        Card card;
-        card.type(QStringLiteral("A line"));
+        Card card(u"A line"_s);
         const auto edited = card.store.notes().front().lastEditedAt;
         card.wait(1h);
         card.say(QString());
         card.recognizer().finish(QString());
         QCOMPARE(card.store.notes().front().lastEditedAt, edited);
-        // What seemed a word at first, and was none.
-        card.say(QStringLiteral("The"));
-        card.recognizer().finish(QString());
-        QCOMPARE(card.bodies(), QStringList{u"A line"_qs});
     }
 
     void whatDoesNotFitIsNotShown()
     {
-        Card card;
-        card.type(QStringLiteral("A line"));
+        Card card(u"A line"_s);
         const QPoint place = card.controller.panel().pos();
-        const auto tooLong = QStringLiteral("words\n").repeated(40);
-        card.hold();
-        card.recognizer().report(QStringLiteral("Words"));
+        const auto tooLong = u"words\n"_s.repeated(40);
+        card.holdAndSay(u"Words"_s);
         card.recognizer().report(tooLong);
-        QCOMPARE(card.text().text(), QStringLiteral("A line"));
+        QCOMPARE(card.text().text(), u"A line"_s);
         card.wait(100ms);
         QVERIFY(card.controller.panel().pos() != place); // it shakes
         card.release();
         card.recognizer().finish(tooLong);
-        QCOMPARE(card.bodies(), QStringList{u"A line"_qs});
+        QCOMPARE(card.bodies(), QStringList{u"A line"_s});
     }
 
     void anotherMachinesTextGoesAboveWhatIsSaid()
     {
-        Card card;
-        card.type(QStringLiteral("Mine"));
-        card.hold();
-        card.recognizer().report(QStringLiteral("Said"));
-        card.editElsewhere(QStringLiteral("Mine and theirs"));
-        QCOMPARE(card.text().text(), QStringLiteral("Mine and theirs\nSaid"));
-        card.recognizer().report(QStringLiteral("Said more"));
+        Card card(u"Mine"_s);
+        card.holdAndSay(u"Said"_s);
+        card.editElsewhere(u"Mine and theirs"_s);
+        QCOMPARE(card.text().text(), u"Mine and theirs\nSaid"_s);
+        card.recognizer().report(u"Said more"_s);
         card.release();
-        QCOMPARE(card.bodies(), QStringList{u"Mine and theirs\nSaid more"_qs});
-        card.editElsewhere(QStringLiteral("Mine and theirs\nSaid more\nAnd below"));
-        card.recognizer().finish(QStringLiteral("Said it all"));
-        QCOMPARE(card.bodies(), QStringList{u"Mine and theirs\nSaid it all\nAnd below"_qs});
+        QCOMPARE(card.bodies(), QStringList{u"Mine and theirs\nSaid more"_s});
+        card.editElsewhere(u"Mine and theirs\nSaid more\nAnd below"_s);
+        card.recognizer().finish(u"Said it all"_s);
+        QCOMPARE(card.bodies(), QStringList{u"Mine and theirs\nSaid it all\nAnd below"_s});
     }
 
     void endsWithTheCard()
     {
-        const QStringList both{u"A line\nTwo words"_qs};
-        const std::initializer_list<std::pair<void (*)(Card &), QStringList>> ends{
-            {[](Card &c) { c.summon(); }, both}, // which keeps it
-            {[](Card &c) { c.discard(); }, {}},
-            {[](Card &c) { c.controller.hide(); }, both},
-            {[](Card &c) { c.controller.showFreshCard(); }, both},
-            {[](Card &c) { c.controller.enterGridMode(); }, both},
-            {[](Card &) { QMetaObject::invokeMethod(qApp, "aboutToQuit"); }, both}};
-        for (const auto &[end, bodies] : ends) {
-            Card card;
-            card.type(QStringLiteral("A line"));
-            card.hold();
-            card.recognizer().report(QStringLiteral("Two words"));
+        const QStringList both{u"A line\nTwo words"_s};
+        using End = void (*)(Card &);
+        const std::initializer_list<std::tuple<const char *, End, QStringList>> ends{
+            {"kept", [](Card &c) { c.summon(); }, both},
+            {"discarded", [](Card &c) { c.discard(); }, {}},
+            {"hidden", [](Card &c) { c.controller.hide(); }, both},
+            {"another", [](Card &c) { c.controller.showFreshCard(); }, both},
+            {"grid", [](Card &c) { c.controller.enterGridMode(); }, both},
+            {"faded",
+             [](Card &c) {
+                 c.keep();
+                 c.release();
+                 c.hold();
+                 c.wait(longEnough);
+             },
+             both},
+            {"quit", [](Card &) { QMetaObject::invokeMethod(qApp, "aboutToQuit"); }, both}};
+        for (const auto &[name, end, bodies] : ends) {
+            const TableRow row(QString::fromLatin1(name));
+            Card card(u"A line"_s);
+            card.holdAndSay(u"Two words"_s);
             end(card);
             QVERIFY(card.isQuiet());
-            QVERIFY(!card.text().isDictating());
             QCOMPARE(card.bodies(), bodies);
             const QString shown = card.text().text();
-            card.recognizer().report(QStringLiteral("Too late"));
+            card.recognizer().report(u"Too late"_s);
             QCOMPARE(card.text().text(), shown);
 
             // The next hold records again.
@@ -143,131 +126,123 @@ private Q_SLOTS:
                 card.discard();
             if (!card.controller.panel().isKeyWindow())
                 card.summon();
-            card.say(QStringLiteral("Again"));
-            QVERIFY(card.text().text().endsWith(u"Again"_qs));
+            card.say(u"Again"_s);
+            QVERIFY(card.text().text().endsWith(u"Again"_s));
         }
     }
 
     void lastWordsReachTheNoteThatWasKept()
     {
-        Card card;
-        card.say(QStringLiteral("Two"));
-        card.keep();
-        card.recognizer().finish(QStringLiteral("Two words"));
-        QCOMPARE(card.bodies(), QStringList{u"Two words"_qs});
-        QCOMPARE(card.text().text(), QString());
-        card.wait(longEnough);
-
-        // Also when nothing had been recognised yet; not when the card was discarded.
-        card.summon();
+        Card card(u"One"_s);
         card.say(QString());
-        card.hold();
+        card.holdAndSay(u"Thr"_s);
         card.keep();
         card.release();
-        card.summon();
+        card.wait(longEnough);
+        // A new one where nothing had been recognised yet; none where the card was discarded.
+        card.write(u"x\b"_s);
+        card.say(QString());
         card.say(QString());
         card.keep();
         card.summon();
         card.say(QString());
         card.discard();
-        card.recognizer().finish(QStringLiteral("Three"), 3);
-        card.recognizer().finish(QStringLiteral("Four"), 2);
-        card.recognizer().finish(QStringLiteral("Five"), 1);
-        card.recognizer().finish(QStringLiteral("Six"));
-        QCOMPARE(card.bodies(), QStringList({u"Five"_qs, u"Three\nFour"_qs, u"Two words"_qs}));
+        int before = 5;
+        for (const auto &words : {u"Two"_s, u"Three"_s, u"Four"_s, u"Five"_s, u"Six"_s})
+            card.recognizer().finish(words, --before);
+        QCOMPARE(card.bodies(), QStringList({u"Four\nFive"_s, u"One\nTwo\nThree"_s}));
+        QCOMPARE(card.text().text(), QString());
     }
 
     void lastWordsReachTheGridAndTheCardOpenedAgain()
     {
         Card card;
-        card.say(QStringLiteral("Two"));
+        card.say(u"Two"_s);
         card.controller.enterGridMode();
-        card.recognizer().finish(QStringLiteral("Two words"));
-        QCOMPARE(card.controller.grid().thumbs().front()->note()->body, u"Two words"_qs);
+        card.recognizer().finish(u"Two words"_s);
+        QCOMPARE(card.controller.grid().thumbs().front()->note()->body, u"Two words"_s);
         card.discard();
-        card.say(QStringLiteral("Th"));
+        card.say(u"Th"_s);
         card.controller.enterGridMode();
         card.discard();
-        card.say(QStringLiteral("Fo"));
-        card.recognizer().finish(QStringLiteral("Three"), 1);
-        card.recognizer().finish(QStringLiteral("Four"));
-        card.type(QStringLiteral("!"));
-        QCOMPARE(card.text().text(), u"Two words\nThree\nFour!"_qs);
+        card.say(u"Fo"_s);
+        card.recognizer().finish(u"Three"_s, 1);
+        card.recognizer().finish(u"Four"_s);
+        card.type(u"!"_s);
+        QCOMPARE(card.text().text(), u"Two words\nThree\nFour!"_s);
         card.discard(); // what came since it was opened again
-        QCOMPARE(card.bodies(), QStringList{u"Two words\nThree"_qs});
+        QCOMPARE(card.bodies(), QStringList{u"Two words\nThree"_s});
     }
 
     void lastWordsReachTheirPlaceAboveWhatIsSaidNext()
     {
         for (const auto &[typed, first, last, text] :
-             {std::tuple(u"One"_qs, u"Two"_qs, u"Two words"_qs, u"One\nTwo words\nThree"_qs),
-              {{}, {}, u"Two"_qs, u"Two\nThree"_qs},
-              {{}, u"Two"_qs, {}, u"Three"_qs}}) {
-            Card card;
-            card.type(typed);
+             {std::tuple(u"One"_s, u"Two"_s, u"Two words"_s, u"One\nTwo words\nThree"_s),
+              {{}, {}, u"Two"_s, u"Two\nThree"_s},
+              {{}, u"Two"_s, {}, u"Three"_s}}) {
+            const TableRow row(typed + first + last);
+            Card card(typed);
             card.say(first);
-            card.hold();
-            card.recognizer().report(QStringLiteral("Three"));
+            card.holdAndSay(u"Three"_s);
             card.recognizer().finish(last, 1);
             QCOMPARE(card.text().text(), text);
             card.release();
             QCOMPARE(card.bodies(), QStringList{text});
         }
-
-        // Also when both are still missing as the card is kept.
-        Card card;
-        card.type(QStringLiteral("One"));
-        card.say(QString());
-        card.say(QStringLiteral("Three"));
-        card.keep();
-        card.recognizer().finish(QStringLiteral("Two words"), 1);
-        card.recognizer().finish(QStringLiteral("Three words"));
-        QCOMPARE(card.bodies(), QStringList{u"One\nTwo words\nThree words"_qs});
     }
 
     void typingGoesOnMeanwhile()
     {
         Card card;
         card.hold();
-        card.type(QStringLiteral("typed"));
-        card.recognizer().report(QStringLiteral("Said"));
-        QCOMPARE(card.text().text(), QStringLiteral("typed\nSaid"));
-        card.type(QStringLiteral("!"));
-        card.recognizer().report(QStringLiteral("More"));
-        QCOMPARE(card.text().text(), QStringLiteral("typed\nSaid!\nMore"));
+        card.type(u"typed"_s);
+        card.recognizer().report(u"Said"_s);
+        QCOMPARE(card.text().text(), u"typed\nSaid"_s);
+        card.type(u"!"_s);
+        QCOMPARE(card.recognizer().tasks.size(), 2U);
+        card.recognizer().report(u"More"_s);
+        QCOMPARE(card.text().text(), u"typed\nSaid!\nMore"_s);
         card.release();
-        card.type(QStringLiteral("."));
-        card.recognizer().finish(QStringLiteral("Too late"));
-        QCOMPARE(card.bodies(), QStringList{u"typed\nSaid!\nMore."_qs});
-        card.say(QStringLiteral("To"));
+        card.type(u"."_s);
+        card.recognizer().finish(u"Too late"_s);
+        QCOMPARE(card.bodies(), QStringList{u"typed\nSaid!\nMore."_s});
+        card.say(u"To"_s);
         card.controller.enterGridMode();
         card.discard();
-        card.type(QStringLiteral("morrow"));
-        card.recognizer().finish(QStringLiteral("Too late"));
-        QVERIFY(card.text().text().endsWith(u"\nTomorrow"_qs));
+        card.type(u"morrow"_s);
+        card.recognizer().finish(u"Too late"_s);
+        QVERIFY(card.text().text().endsWith(u"\nTomorrow"_s));
         // Below them, while nothing had been recognised yet, there is room for them.
-        card.erase(int(card.text().text().size()));
+        card.text().selectAll();
+        card.type(u"\b"_s);
         card.say(QString());
-        card.type(QStringLiteral("Typed"));
-        card.recognizer().finish(QStringLiteral("Said"));
-        QCOMPARE(card.bodies(), QStringList{u"Said\nTyped"_qs});
+        card.type(u"Typed"_s);
+        card.recognizer().finish(u"Said"_s);
+        QCOMPARE(card.bodies(), QStringList{u"Said\nTyped"_s});
     }
 
     void listensOnlyOnTheCardItself()
     {
-        Card card;
-        card.type(QStringLiteral("A line"));
+        Card card(u"A line"_s);
+        const auto begins = [&card](QWidget *focus, Qt::Key key, Qt::KeyboardModifiers modifiers) {
+            QTest::keyPress(focus, key, modifiers);
+            return card.text().isDictating() || !card.permissions.asked.empty();
+        };
+        card.elsewhere.activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(&card.elsewhere));
+        QVERIFY2(!begins(&card.text(), Qt::Key_Alt, Qt::AltModifier), "without the keyboard");
+        QTest::keyRelease(&card.text(), Qt::Key_Alt);
+        card.summon(); // takes the keyboard
         card.controller.enterGridMode();
-        card.wait(longEnough);
-        QTest::keyPress(&card.controller.grid(), Qt::Key_Alt, Qt::AltModifier);
-        card.wait(longEnough);
-        QCOMPARE(card.audioEngine.starts, 0);
+        QVERIFY2(!begins(&card.controller.grid(), Qt::Key_Alt, Qt::AltModifier), "in the grid");
         QTest::keyRelease(&card.controller.grid(), Qt::Key_Alt);
         card.discard();
-        card.wait(longEnough);
-        // Other modifiers make no difference.
-        QTest::keyPress(&card.text(), Qt::Key_Control, Qt::ControlModifier | Qt::AltModifier);
-        QVERIFY(card.text().isDictating());
+        // Other modifiers make no difference, before or after.
+        QVERIFY(begins(&card.text(), Qt::Key_Control, Qt::ControlModifier | Qt::AltModifier));
+        card.permissions.answer(true, true);
+        QTest::keyPress(&card.text(), Qt::Key_Shift, Qt::ShiftModifier | Qt::AltModifier);
+        card.wait(150ms);
+        QVERIFY(!card.isQuiet());
         QTest::keyRelease(&card.text(), Qt::Key_Alt);
         QVERIFY(!card.text().isDictating());
     }
@@ -277,15 +252,20 @@ private Q_SLOTS:
         Card card;
         card.permissions.isRemembered = false;
         for (const auto key : {Qt::Key_Shift, Qt::Key_F7}) {
-            card.CardFixture::hold();
+            card.pressAlt();
             QTest::keyPress(&card.text(), key, Qt::AltModifier);
             card.wait(1s);
             card.release();
         }
         QVERIFY(card.permissions.asked.empty());
-        card.CardFixture::hold();
+        card.pressAlt();
         card.wait(300ms);
         QVERIFY(!card.permissions.asked.empty());
+        // The question has the keyboard, and gives it back to a card that is still there.
+        card.elsewhere.activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(&card.elsewhere));
+        card.permissions.answer(true, false);
+        QVERIFY(QTest::qWaitForWindowActive(&card.controller.panel()));
     }
 };
 

@@ -2,8 +2,8 @@
 
 #include "Tests/Support/FakeScreens.h"
 #include "Tests/Support/ManualTime.h"
+#include "Tests/Support/TableRow.h"
 
-#include <QJsonArray>
 #include <QJsonDocument>
 #include <QTemporaryDir>
 #include <QTest>
@@ -15,9 +15,9 @@ namespace {
 
 const auto originKey = QStringLiteral("brevio.card.lastOrigin");
 
-QJsonValue json(const char *text)
+QJsonObject json(const char *text)
 {
-    return QJsonDocument::fromJson(QByteArray("[") + text + "]").array().at(0);
+    return QJsonDocument::fromJson(text).object();
 }
 
 /// The primary screen has a bar of 30 at its top, the one to its right a dock of 100 at the left.
@@ -58,6 +58,7 @@ private Q_SLOTS:
               {R"({"x": 30})", centerOfFirst},
               {R"({"x": "30", "y": 40})", centerOfFirst},
               {R"({"x": 30, "y": 40, "z": "1"})", centerOfFirst}}) {
+            const TableRow row(QString::fromLatin1(saved));
             m_defaults->set(originKey, json(saved));
             const CardPanel panel = makePanel();
             QCOMPARE(panel.origin(), origin);
@@ -82,7 +83,7 @@ private Q_SLOTS:
         m_screens.screens.clear();
         panel.restoreOrigin();
         panel.persistOrigin();
-        QCOMPARE(m_defaults->object(originKey), json(R"({"x": 453.5, "y": 260.5})"));
+        QCOMPARE(m_defaults->object(originKey).toObject(), json(R"({"x": 453.5, "y": 260.5})"));
     }
 
     void aShakeEndsExactlyWhereItBeganAlsoWhenItIsCutShort()

@@ -138,8 +138,7 @@ private Q_SLOTS:
         speaker.hold();
         speaker.recognizer().report(QStringLiteral("First"));
         speaker.release();
-        speaker.dictation->start(); // while the first is still being finished
-        speaker.queue.advance(150ms);
+        speaker.hold(); // while the first is still being finished
         QVERIFY(speaker.isListening());
         speaker.recognizer().finish(QStringLiteral("First words"), 1);
         QCOMPARE(speaker.finals, QStringList{u"First words"_qs});
@@ -148,8 +147,7 @@ private Q_SLOTS:
         QVERIFY(!speaker.recognizer().tasks.back()->handler);
 
         // And one that begins in the middle of another takes the microphone over.
-        speaker.dictation->start();
-        speaker.queue.advance(150ms);
+        speaker.hold();
         speaker.recognizer().report(QStringLiteral("Second"));
         speaker.dictation->start();
         QVERIFY(speaker.isListening());

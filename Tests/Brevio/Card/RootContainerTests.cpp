@@ -6,10 +6,12 @@
 #include "Tests/Support/FakeAppearance.h"
 #include "Tests/Support/ManualTime.h"
 
-#include <QPainter>
+#include <QAccessible>
 #include <QTest>
 
 using namespace Brevio;
+using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
 using Face = RootContainer::Face;
 
 constexpr int scale = 2;
@@ -23,13 +25,6 @@ public:
     static void initMain() { qputenv("QT_SCALE_FACTOR", QByteArray::number(scale)); }
 
 private:
-    /// An opaque grid of one colour.
-    class Grid final : public QWidget
-    {
-    protected:
-        void paintEvent(QPaintEvent *) override { QPainter(this).fillRect(rect(), Qt::blue); }
-    };
-
     QColor seen(int x, int y)
     {
         // Of the window, so that what lies beneath and above is in it.
@@ -48,7 +43,10 @@ private Q_SLOTS:
         m_appearance.setScheme(Platform::ColorScheme::Light);
         m_card = new CardContentView(m_appearance, m_queue);
         m_toast = new ToastView(m_appearance);
-        m_root = std::make_unique<RootContainer>(m_card, new Grid, m_toast, m_appearance);
+        auto *grid = new QWidget;
+        grid->setAutoFillBackground(true);
+        grid->setPalette(QColor(Qt::blue));
+        m_root = std::make_unique<RootContainer>(m_card, grid, m_toast, m_appearance);
         m_root->setAttribute(Qt::WA_TranslucentBackground);
         m_root->setHidden(Face::Grid, true);
         m_root->show();
@@ -83,12 +81,56 @@ private Q_SLOTS:
         const auto ofTheMessage = [this] { return m_root->grab({180, 125, 100, 30}).toImage(); };
         const QImage noText = ofTheText();
         const QImage noMessage = ofTheMessage();
-        m_toast->setMessage(QStringLiteral("Note saved"));
+        m_toast->setMessage(u"Note saved"_s);
         m_root->setAlpha(Face::Toast, 1.0);
-        QTest::keyClicks(m_root->focusWidget(), QStringLiteral("still here"));
-        QCOMPARE(m_card->textView()->text(), QStringLiteral("still here"));
+        QTest::keyClicks(m_root->focusWidget(), u"still here"_s);
+        QCOMPARE(m_card->textView()->text(), u"still here"_s);
         QCOMPARE(ofTheText(), noText);
         QVERIFY(ofTheMessage() != noMessage);
+    }
+
+    void theCardFollowsTheAppearanceWhileItIsOpen()
+    {
+        m_card->setPinIndicatorHidden(false);
+        m_appearance.setScheme(Platform::ColorScheme::Dark);
+        QCOMPARE(m_card->textView()->palette().color(QPalette::Text), CardColors::cardInk().dark);
+        QCOMPARE(seen(446, 14).rgb(), Platform::systemYellow().dark.rgb());
+        QCOMPARE(seen(300, 200).rgb(), CardColors::cardCream().dark.rgb());
+    }
+
+    void theGridButtonIsThereAndShowsWhileThePointerMoves()
+    {
+        // Also for a screen reader while it is transparent.
+        int taps = 0;
+        m_card->onGridButtonTapped = [&] { ++taps; };
+        auto *button = QAccessible::queryAccessibleInterface(m_root->childAt(432, 252));
+        button->actionInterface()->doAction(QAccessibleActionInterface::pressAction());
+        QTRY_COMPARE(taps, 1);
+        QVERIFY(m_card->textView()->hasFocus());
+        m_root->move(-80, 0); // so that the button is on the screen
+        QTest::mouseMove(m_root.get(), {200, 5});
+        m_queue.advance(90ms);
+        QVERIFY(m_card->gridButtonAlpha() > 0.0 && m_card->gridButtonAlpha() < 1.0);
+        // Over the margin, the text and the button itself.
+        for (const QPoint place : {QPoint(200, 10), {200, 100}, {440, 260}}) {
+            QTest::mouseMove(m_root.get(), place);
+            m_queue.advance(999ms);
+            QCOMPARE(m_card->gridButtonAlpha(), 1.0);
+        }
+        m_queue.advance(181ms);
+        QCOMPARE(m_card->gridButtonAlpha(), 0.0);
+
+        QTest::mouseMove(m_root.get(), {200, 5});
+        m_queue.advance(300ms);
+        QEvent leaving(QEvent::Leave);
+        QCoreApplication::sendEvent(m_card, &leaving);
+        m_queue.advance(180ms);
+        QCOMPARE(m_card->gridButtonAlpha(), 0.0);
+        QCOMPARE(m_queue.pendingJobs(), 0);
+
+        QTest::mouseMove(m_root.get(), {200, 10});
+        m_root.reset(); // and the jobs with it
+        QCOMPARE(m_queue.pendingJobs(), 0);
     }
 };
 
