@@ -117,6 +117,11 @@ double BoundedTextView::usedHeight(const QString &text) const
                                    2.0 * (maxVisibleHeight + heightTolerance));
 }
 
+bool BoundedTextView::fits(const QString &text) const
+{
+    return usedHeight(text) <= maxVisibleHeight + heightTolerance;
+}
+
 void BoundedTextView::setDictating(bool dictating)
 {
     m_isDictating = dictating;

@@ -42,6 +42,8 @@ public:
 
     /// The height of the text if this view showed it, in points.
     [[nodiscard]] double usedHeight(const QString &text) const;
+    /// Whether the card can show all of the text, the tolerance included.
+    [[nodiscard]] bool fits(const QString &text) const;
 
     /// While true the pointer over the view is a microphone.
     [[nodiscard]] bool isDictating() const { return m_isDictating; }
