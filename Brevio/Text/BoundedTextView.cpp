@@ -113,13 +113,12 @@ void BoundedTextView::recordValidState()
 double BoundedTextView::usedHeight(const QString &text) const
 {
     // Twice the bound is enough to know by how far a text is too tall to be shown.
-    return TextMeasure::usedHeight(text, font(), TextMeasure::containerWidth,
-                                   2.0 * (maxVisibleHeight + heightTolerance));
+    return TextMeasure::usedHeight(text, font(), TextMeasure::containerWidth, 2.0 * bound());
 }
 
 bool BoundedTextView::fits(const QString &text) const
 {
-    return usedHeight(text) <= maxVisibleHeight + heightTolerance;
+    return usedHeight(text) <= bound();
 }
 
 void BoundedTextView::setDictating(bool dictating)
@@ -204,10 +203,7 @@ void BoundedTextView::insertFromMimeData(const QMimeData *source)
     QString pasted = source->text();
     // Far too much text would be laid out for seconds only to be refused: a beginning of it that
     // is refused for certain stands for the whole.
-    const double bound = 2.0 * (maxVisibleHeight + heightTolerance);
-    if (pasted.size() > longPaste &&
-        TextMeasure::usedHeight(QStringView(pasted).first(longPaste), font(),
-                                TextMeasure::containerWidth, bound) > bound)
+    if (pasted.size() > longPaste && usedHeight(pasted.left(longPaste)) > 2.0 * bound())
         pasted.truncate(longPaste);
     // A step of its own: the document joins adjacent insertions unless it counts as unmodified.
     document()->setModified(false);
@@ -260,7 +256,7 @@ void BoundedTextView::judge()
     const double height = usedHeight(current);
     // A note that already was too tall, written where more fits on a card, can be shortened.
     const bool shortens = current.size() < m_validText.size() && height <= usedHeight(m_validText);
-    if (height > maxVisibleHeight + heightTolerance && !shortens) {
+    if (height > bound() && !shortens) {
         rollBack();
         return;
     }
@@ -312,13 +308,13 @@ void BoundedTextView::rememberSelection()
 /// A note too tall for this card shows as many lines as are whole.
 void BoundedTextView::clipToWholeLines(double height)
 {
-    const double bound = maxVisibleHeight + heightTolerance;
-    if (height <= bound) {
+    if (height <= bound()) {
         viewport()->clearMask();
         return;
     }
     const double line = TextMeasure::lineHeight(font());
-    viewport()->setMask(QRegion(0, 0, width(), static_cast<int>(std::floor(bound / line) * line)));
+    viewport()->setMask(
+        QRegion(0, 0, width(), static_cast<int>(std::floor(bound() / line) * line)));
 }
 
 void BoundedTextView::paintEvent(QPaintEvent *event)

@@ -86,12 +86,13 @@ private:
     void rollBack();
     void rememberSelection();
     void clipToWholeLines(double height);
+    [[nodiscard]] double bound() const { return maxVisibleHeight + heightTolerance; }
     void updateCursor();
 
     Platform::Appearance &m_appearance;
     TextMarks m_marks{*this};
     SpellMarks m_spelling{*this};
-    TypingAids m_typingAids{*this};
+    TypingAids m_typingAids{*this, [this](const QString &text) { return fits(text); }};
     bool m_isComposing = false;
     bool m_isDictating = false;
 

@@ -1,9 +1,9 @@
 #include "Brevio/Text/TypingAids.h"
 
-#include "Brevio/Text/BoundedTextView.h"
 #include "Brevio/Text/TextMeasure.h"
 
 #include <QTextDocument>
+#include <QTextEdit>
 
 #include <utility>
 
@@ -16,8 +16,9 @@ constexpr int mostAtOnce = 3;
 
 } // namespace
 
-TypingAids::TypingAids(BoundedTextView &view)
+TypingAids::TypingAids(QTextEdit &view, std::function<bool(const QString &text)> fits)
     : m_view(view)
+    , m_fits(std::move(fits))
 {}
 
 void TypingAids::start(Substitutions substitutions)
@@ -42,7 +43,7 @@ void TypingAids::keyWasTyped(const QString &typed)
             return;
         const auto &[start, length, put] = *substitution;
         text.replace(start, length, put);
-        if (m_view.usedHeight(text) > m_view.maxVisibleHeight + BoundedTextView::heightTolerance)
+        if (!m_fits(text))
             return;
         // Undo puts the caret back to where the editing began.
         cursor.beginEditBlock();
