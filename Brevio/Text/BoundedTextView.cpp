@@ -127,6 +127,12 @@ void BoundedTextView::setDictating(bool dictating)
     updateCursor();
 }
 
+void BoundedTextView::startSpelling(Platform::SpellChecker &checker, Platform::MainQueue &queue)
+{
+    m_spelling.start(checker, queue);
+    m_menu.start(checker, queue);
+}
+
 void BoundedTextView::setColors(const QColor &ink, const QColor &selection)
 {
     m_marks.setColors(ink, selection);
@@ -148,7 +154,7 @@ void BoundedTextView::keyPressEvent(QKeyEvent *event)
 {
     // The menu key comes as an event for the menu, its other form does not.
     if (event->key() == Qt::Key_F10 && event->modifiers() == Qt::ShiftModifier) {
-        m_spelling.showMenuAtCaret();
+        m_menu.showAtCaret();
         return;
     }
     const QString before = m_validText;
@@ -191,9 +197,9 @@ void BoundedTextView::dropEvent(QDropEvent *event)
 void BoundedTextView::contextMenuEvent(QContextMenuEvent *event)
 {
     if (event->reason() == QContextMenuEvent::Keyboard)
-        m_spelling.showMenuAtCaret();
+        m_menu.showAtCaret();
     else
-        m_spelling.showMenu(viewport()->mapFromGlobal(event->globalPos()), event->globalPos());
+        m_menu.showAt(viewport()->mapFromGlobal(event->globalPos()));
 }
 
 void BoundedTextView::insertFromMimeData(const QMimeData *source)

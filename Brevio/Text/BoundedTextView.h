@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Brevio/Text/EditorMenu.h"
 #include "Brevio/Text/SpellMarks.h"
 #include "Brevio/Text/TextMarks.h"
 #include "Brevio/Text/TypingAids.h"
@@ -49,8 +50,9 @@ public:
     [[nodiscard]] bool isDictating() const { return m_isDictating; }
     void setDictating(bool dictating);
 
-    /// The marks of misspelled words, for whoever gives it a checker. Off at first.
-    [[nodiscard]] SpellMarks &spelling() { return m_spelling; }
+    /// Marks misspelled words and offers to correct them. Both must outlive the view.
+    void startSpelling(Platform::SpellChecker &checker, Platform::MainQueue &queue);
+    [[nodiscard]] const SpellMarks &spelling() const { return m_spelling; }
     /// What typing substitutes, for whoever says by what. Off at first. Nothing is substituted in
     /// what is pasted, dropped, composed, or set.
     [[nodiscard]] TypingAids &typingAids() { return m_typingAids; }
@@ -92,6 +94,7 @@ private:
     Platform::Appearance &m_appearance;
     TextMarks m_marks{*this};
     SpellMarks m_spelling{*this};
+    EditorMenu m_menu{*this, m_spelling};
     TypingAids m_typingAids{*this, [this](const QString &text) { return fits(text); }};
     bool m_isComposing = false;
     bool m_isDictating = false;

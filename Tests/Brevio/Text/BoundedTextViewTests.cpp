@@ -271,7 +271,7 @@ private Q_SLOTS:
     void finishedWordsThatAreWrongAreMarkedWithoutAnEdit()
     {
         m_spelling.misspelled = QStringList{QStringLiteral("teh"), QStringLiteral("wrnog")};
-        m_view->spelling().start(m_spelling, m_queue);
+        m_view->startSpelling(m_spelling, m_queue);
         m_view->setText(QStringLiteral("teh end"));
         QCOMPARE(marksAfterChecking(), QStringList{QStringLiteral("teh")});
         QVERIFY(!m_view->document()->isUndoAvailable() && m_reported.isEmpty());
@@ -295,7 +295,7 @@ private Q_SLOTS:
     {
         m_spelling.misspelled = QStringList{QStringLiteral("teh"), QStringLiteral("wrnog")};
         m_spelling.suggestions = QStringList{QStringLiteral("the"), QString(9, u'\n')};
-        m_view->spelling().start(m_spelling, m_queue);
+        m_view->startSpelling(m_spelling, m_queue);
         m_view->setText(QStringLiteral("wrnog teh"));
         (void)marksAfterChecking();
         const auto choose = [&](const QString &title) {
