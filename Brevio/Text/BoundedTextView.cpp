@@ -1,6 +1,7 @@
 #include "Brevio/Text/BoundedTextView.h"
 
 #include "Brevio/Text/MicrophoneCursor.h"
+#include "Brevio/Text/PlainText.h"
 #include "Brevio/Text/TextDifference.h"
 #include "Brevio/Text/TextMeasure.h"
 
@@ -60,8 +61,7 @@ QString BoundedTextView::text() const
 /// As the document holds it, position for position.
 QString BoundedTextView::shownText() const
 {
-    // QTextDocument's plain text would turn every no-break space into a space.
-    return TextMeasure::withLineFeeds(document()->toRawText());
+    return PlainText::of(*document());
 }
 
 void BoundedTextView::setText(const QString &text)
@@ -102,6 +102,7 @@ void BoundedTextView::adopt(const QString &text)
     recordValidState();
 }
 
+/// Makes the text and selection shown now the ones that a refused edit returns to.
 void BoundedTextView::recordValidState()
 {
     m_validText = shownText();
@@ -220,7 +221,7 @@ void BoundedTextView::insertFromMimeData(const QMimeData *source)
 QMimeData *BoundedTextView::createMimeDataFromSelection() const
 {
     auto *plain = new QMimeData;
-    plain->setText(TextMeasure::withLineFeeds(textCursor().selectedText()));
+    plain->setText(PlainText::of(textCursor()));
     return plain;
 }
 

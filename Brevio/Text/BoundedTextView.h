@@ -38,8 +38,6 @@ public:
     /// The same for another version of the text shown: the insertion point and the selection stay
     /// with the characters around them, and what an input method is composing goes on.
     void updateText(const QString &text);
-    /// Makes the text and selection shown now the ones that a refused edit returns to.
-    void recordValidState();
 
     /// The height of the text if this view showed it, in points.
     [[nodiscard]] double usedHeight(const QString &text) const;
@@ -82,6 +80,7 @@ protected:
 private:
     [[nodiscard]] QString shownText() const;
     void adopt(const QString &text);
+    void recordValidState();
     void editDuring(const std::function<void()> &handleEvent);
     void noticeEdit();
     void judge();

@@ -1,8 +1,7 @@
 #include "Brevio/Text/TypingAids.h"
 
-#include "Brevio/Text/TextMeasure.h"
+#include "Brevio/Text/PlainText.h"
 
-#include <QTextDocument>
 #include <QTextEdit>
 
 #include <utility>
@@ -33,8 +32,7 @@ void TypingAids::keyWasTyped(const QString &typed)
     const QChar key = typed.front() == u'\r' ? QChar(u'\n') : typed.front();
     for (int made = 0; made < mostAtOnce; ++made) {
         QTextCursor cursor = m_view.textCursor();
-        // Position for position what the document holds.
-        QString text = TextMeasure::withLineFeeds(m_view.document()->toRawText());
+        QString text = PlainText::of(*m_view.document());
         const QStringView written = QStringView(text).left(cursor.position());
         if (cursor.hasSelection() || (made == 0 && !written.endsWith(key)))
             return;
