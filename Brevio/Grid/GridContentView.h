@@ -34,6 +34,8 @@ public:
     [[nodiscard]] std::optional<int> focusedTile() const { return m_focusedTile; }
     /// Where the tile shows, in this widget.
     [[nodiscard]] QRectF tileRect(int tile) const;
+    /// The tile under a point of this widget, but never one that is being deleted.
+    [[nodiscard]] std::optional<int> tileAt(QPointF position) const;
     /// What a screen reader says: "Card 3 of 12, pinned: text", "New card".
     [[nodiscard]] QString tileDescription(int tile) const;
 
@@ -70,7 +72,6 @@ private:
     void followDocument();
     void tileRemoved(int tile);
     [[nodiscard]] std::shared_ptr<NoteThumbView> makeThumb(const Note &note);
-    [[nodiscard]] std::optional<int> tileAt(QPointF position) const;
     [[nodiscard]] std::optional<int> focusTarget(int key) const;
     [[nodiscard]] std::optional<int> activeTileInView() const;
     [[nodiscard]] bool scrollByKey(int key);
