@@ -293,7 +293,6 @@ void CardController::enterGridMode()
     m_store.purgeExpired();
     m_root->setHidden(Face::Grid, false);
     m_grid->reload(m_store.notes(), m_activeNoteID);
-    m_grid->resetThumbAlphas();
     m_mode = CardMode::Grid;
     m_content->setMousePassesThrough(true);
     focusFace();

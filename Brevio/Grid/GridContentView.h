@@ -39,12 +39,11 @@ public:
     /// What a screen reader says: "Card 3 of 12, pinned: text", "New card".
     [[nodiscard]] QString tileDescription(int tile) const;
 
-    /// Makes all tiles anew, of the notes in any order. The scroll position stays as far as it can.
+    /// Makes all tiles anew, of the notes in any order. The scroll position stays as far as it can,
+    /// and every tile is fully visible.
     void reload(const NoteList &notes, const std::optional<QUuid> &activeID);
     /// Replaces the note of the first tile that shows it, and nothing when none does.
     void setThumbNote(const Note &note);
-    /// Makes every tile fully visible.
-    void resetThumbAlphas();
     /// Removes the tile of a deleted note before the user's eyes; nothing when none shows it.
     void animateDelete(const QUuid &id);
     /// What a press of the primary button on the tile does.
