@@ -38,7 +38,8 @@ private Q_SLOTS:
         window.reset(); // before what it shows
         settings = std::make_unique<Brevio::Settings>(shortcuts.defaults);
         auto *view = new Brevio::PreferencesView(
-            *settings, shortcuts.queue, [] {}, [this] { ++checked; });
+            *settings, shortcuts.queue, [this] { chosen << u"welcome"_s; },
+            [this] { chosen << u"updates"_s; });
         window = std::make_unique<Brevio::PreferencesWindow>(view);
         window->show();
         QVERIFY(QTest::qWaitForWindowExposed(window.get()));
@@ -95,10 +96,11 @@ private Q_SLOTS:
         }
     }
 
-    void theLastButtonChecksForUpdates()
+    void theLastButtonsRestoreTheWelcomeNoteAndCheckForUpdates()
     {
-        QTest::keyClick(qobject_cast<QWidget *>(shownItems().last()->object()), Qt::Key_Space);
-        QCOMPARE(checked, 1);
+        for (auto *button : shownItems().last(2))
+            QTest::keyClick(qobject_cast<QWidget *>(button->object()), Qt::Key_Space);
+        QCOMPARE(chosen, QStringList({u"welcome"_s, u"updates"_s}));
     }
 
 private:
@@ -110,7 +112,7 @@ private:
     ShortcutsFixture shortcuts;
     std::unique_ptr<Brevio::Settings> settings;
     std::unique_ptr<Brevio::PreferencesWindow> window;
-    int checked = 0;
+    QStringList chosen;
 };
 
 QTEST_MAIN(PreferencesViewTests)
