@@ -165,9 +165,6 @@ private Q_SLOTS:
     void everyTextIsAsTallAsItIsMeasured()
     {
         m_view->maxVisibleHeight = 10'000.0;
-        for (const auto &[text, lines] :
-             {std::pair("", 1), {"a\n", 2}, {"a\u2028b", 2}, {"⌘⇧↩⌥\n漢字\n→", 3}})
-            QCOMPARE(m_view->usedHeight(QString::fromUtf8(text)), lines * m_line);
         QString text; // up to where the padding begins
         while (QFontMetricsF(m_view->font()).horizontalAdvance(text + u'i') <= 406.0)
             text += u'i';
@@ -175,7 +172,7 @@ private Q_SLOTS:
         QCOMPARE(m_view->usedHeight(text + u'i'), 2.0 * m_line);
 
         const QStringList pieces =
-            u"word| |\n|\t|⌘⇧|漢字かな|שלום|\u00a0|😀👩‍👧|a-b/c|Ünïcödé|mmmmmmmmmmmmmmmmmmmmmmmmmmmmmmmmm"_qs
+            u"word| |\n|\u2028|\t|⌘⇧|漢字かな|שלום|\u00a0|😀👩‍👧|a-b/c|Ünïcödé|mmmmmmmmmmmmmmmmmmmmmmmmmmmmmmmmm"_qs
                 .split(u'|');
         QRandomGenerator random(7);
         for (int round = 0; round < 200; ++round) {
@@ -212,27 +209,27 @@ private Q_SLOTS:
     void anotherVersionLeavesTheCaretAndNothingToUndo()
     {
         using Selection = std::pair<int, int>; // anchor and caret
-        const std::initializer_list<std::tuple<const char *, Selection, const char *, Selection>>
-            changes{{"1", {1, 1}, "1\n2\n3\n4\n5", {1, 1}}, // behind it, too many lines
-                    {"mine", {2, 2}, "theirs\nmine", {9, 9}},
-                    {"1 2", {2, 3}, "1 2 3", {2, 3}},
-                    {"1 2", {3, 2}, "0 1 2", {5, 4}},
-                    {"one two three", {7, 6}, "one three", {5, 5}},
-                    {"\U0001F600", {2, 2}, "\U0001F601", {2, 2}}, // half a character differs
-                    {"mine", {0, 4}, "theirs!", {0, 7}}};
+        const std::initializer_list<std::tuple<QString, Selection, QString, Selection>> changes{
+            {u"1"_qs, {1, 1}, u"1\n2\n3\n4\n5"_qs, {1, 1}}, // behind it, too many lines
+            {u"mine"_qs, {2, 2}, u"theirs\nmine"_qs, {9, 9}},
+            {u"1 2"_qs, {2, 3}, u"1 2 3"_qs, {2, 3}},
+            {u"1 2"_qs, {3, 2}, u"0 1 2"_qs, {5, 4}},
+            {u"one two three"_qs, {7, 6}, u"one three"_qs, {5, 5}},
+            {u"\U0001F600"_qs, {2, 2}, u"\U0001F601"_qs, {2, 2}}, // half a character differs
+            {u"mine"_qs, {0, 4}, u"theirs!"_qs, {0, 7}}};
         for (const auto &[from, before, to, after] : changes) {
             type(u"another note's secret"_qs);
             m_reported.clear();
-            m_view->setText(QString::fromUtf8(from));
+            m_view->setText(from);
             m_view->undo();
-            QCOMPARE(m_view->text(), QString::fromUtf8(from));
+            QCOMPARE(m_view->text(), from);
             select(before.first, before.second);
-            m_view->updateText(QString::fromUtf8(to));
+            m_view->updateText(to);
             const auto cursor = m_view->textCursor();
-            QVERIFY2(Selection(cursor.anchor(), cursor.position()) == after, to);
+            QVERIFY2(Selection(cursor.anchor(), cursor.position()) == after, qPrintable(to));
             m_view->undo();
-            QCOMPARE(m_view->text(), QString::fromUtf8(to));
-            QVERIFY2(m_reported.isEmpty(), to);
+            QCOMPARE(m_view->text(), to);
+            QVERIFY2(m_reported.isEmpty(), qPrintable(to));
         }
     }
 
@@ -248,12 +245,7 @@ private Q_SLOTS:
 
         m_view->setText({});
         type(u"x"_qs);
-        auto *data = new QMimeData;
-        data->setHtml(u"<b>bold</b>"_qs);
-        data->setText(u"a\u00a0b\u2028c"_qs);
-        QGuiApplication::clipboard()->setMimeData(data);
-        m_view->paste();
-        QVERIFY(!m_view->textCursor().charFormat().font().bold());
+        paste(u"a\u00a0b\u2028c"_qs);
         type(u"y"_qs);
         m_view->undo(); // each a step of its own
         QCOMPARE(m_view->text(), u"xa\u00a0b\nc"_qs);
