@@ -141,7 +141,7 @@ void CardContentView::setWritingAids(Platform::SpellChecker *checker,
                                      const QJsonValue &replacements)
 {
     if (checker)
-        m_textView->spelling().start(*checker, m_queue);
+        m_textView->startSpelling(*checker, m_queue);
     m_textView->typingAids().start(
         Substitutions(Platform::userLanguages().constFirst(), replacements));
 }

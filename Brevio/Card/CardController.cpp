@@ -282,7 +282,6 @@ void CardController::enterGridMode()
     m_store.purgeExpired();
     m_fades->reveal(Face::Grid);
     m_grid->reload(m_store.notes(), m_activeNoteID);
-    m_grid->resetThumbAlphas();
     m_mode = CardMode::Grid;
     focusFace();
     m_fades->crossFadeTo(Face::Grid);

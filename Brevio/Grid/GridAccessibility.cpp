@@ -120,9 +120,7 @@ public:
     }
     QAccessibleInterface *childAt(int x, int y) const override
     {
-        const auto position = QPointF(grid()->mapFromGlobal(QPoint(x, y)));
-        const auto tile =
-            grid()->document().tileAt(position + QPointF(0.0, grid()->scrollOffset()));
+        const auto tile = grid()->tileAt(QPointF(grid()->mapFromGlobal(QPoint(x, y))));
         return tile ? child(*tile) : nullptr;
     }
     int indexOfChild(const QAccessibleInterface *item) const override

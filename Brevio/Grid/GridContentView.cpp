@@ -139,13 +139,6 @@ void GridContentView::setThumbNote(const Note &note)
     }
 }
 
-void GridContentView::resetThumbAlphas()
-{
-    for (const auto &thumb : thumbs())
-        thumb->setAlpha(1.0);
-    update();
-}
-
 void GridContentView::animateDelete(const QUuid &id)
 {
     m_document.animateDelete(id);

@@ -34,15 +34,16 @@ public:
     [[nodiscard]] std::optional<int> focusedTile() const { return m_focusedTile; }
     /// Where the tile shows, in this widget.
     [[nodiscard]] QRectF tileRect(int tile) const;
+    /// The tile under a point of this widget, but never one that is being deleted.
+    [[nodiscard]] std::optional<int> tileAt(QPointF position) const;
     /// What a screen reader says: "Card 3 of 12, pinned: text", "New card".
     [[nodiscard]] QString tileDescription(int tile) const;
 
-    /// Makes all tiles anew, of the notes in any order. The scroll position stays as far as it can.
+    /// Makes all tiles anew, of the notes in any order. The scroll position stays as far as it can,
+    /// and every tile is fully visible.
     void reload(const NoteList &notes, const std::optional<QUuid> &activeID);
     /// Replaces the note of the first tile that shows it, and nothing when none does.
     void setThumbNote(const Note &note);
-    /// Makes every tile fully visible.
-    void resetThumbAlphas();
     /// Removes the tile of a deleted note before the user's eyes; nothing when none shows it.
     void animateDelete(const QUuid &id);
     /// What a press of the primary button on the tile does.
@@ -70,7 +71,6 @@ private:
     void followDocument();
     void tileRemoved(int tile);
     [[nodiscard]] std::shared_ptr<NoteThumbView> makeThumb(const Note &note);
-    [[nodiscard]] std::optional<int> tileAt(QPointF position) const;
     [[nodiscard]] std::optional<int> focusTarget(int key) const;
     [[nodiscard]] std::optional<int> activeTileInView() const;
     [[nodiscard]] bool scrollByKey(int key);

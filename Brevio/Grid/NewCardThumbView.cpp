@@ -1,7 +1,6 @@
 #include "Brevio/Grid/NewCardThumbView.h"
 
 #include "Brevio/CardColors.h"
-#include "Brevio/Grid/NoteThumbView.h"
 
 #include <QPainter>
 #include <QPainterPath>

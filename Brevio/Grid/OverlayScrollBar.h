@@ -28,8 +28,6 @@ public:
     [[nodiscard]] double offset() const { return m_offset; }
     /// The largest offset; zero when everything shows.
     [[nodiscard]] double maximum() const;
-    /// The visible part's height.
-    [[nodiscard]] double page() const { return m_page; }
     /// Of the thumb; zero at rest.
     [[nodiscard]] double alpha() const { return m_alpha; }
     /// In the bar's coordinates; empty when everything shows.

@@ -2,7 +2,6 @@
 
 #include "Brevio/Preferences/FormColors.h"
 
-#include <QEvent>
 #include <QPainter>
 #include <QVBoxLayout>
 
@@ -16,8 +15,6 @@ constexpr int sideMargin = 14;
 constexpr int rowMargin = 5;
 constexpr int rowHeight = 34;
 constexpr int noteBottomMargin = 10;
-/// Below the base font's size.
-constexpr double captionStep = 1.0;
 
 } // namespace
 
@@ -61,39 +58,6 @@ void FormSection::paintEvent(QPaintEvent *)
                              FormColors::separator(palette()));
         isFirst = false;
     }
-}
-
-FormLabel::FormLabel(Kind kind, const QString &text, QWidget *parent)
-    : QLabel(text, parent)
-{
-    QFont font = this->font();
-    if (kind == Kind::Header)
-        font.setBold(true);
-    else
-        font.setPointSizeF(font.pointSizeF() - captionStep);
-    setFont(font);
-    setWordWrap(kind == Kind::Caption);
-    setTextFormat(Qt::PlainText);
-    setAlignment(Qt::AlignLeading | Qt::AlignTop);
-    applyColor();
-}
-
-void FormLabel::changeEvent(QEvent *event)
-{
-    QLabel::changeEvent(event);
-    if (event->type() == QEvent::PaletteChange && !m_isApplying)
-        applyColor();
-}
-
-void FormLabel::applyColor()
-{
-    m_isApplying = true;
-    QPalette dimmed;
-    dimmed.setColor(
-        QPalette::WindowText,
-        FormColors::secondaryText(parentWidget() ? parentWidget()->palette() : QPalette()));
-    setPalette(dimmed);
-    m_isApplying = false;
 }
 
 } // namespace Brevio

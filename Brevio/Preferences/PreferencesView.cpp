@@ -1,6 +1,7 @@
 #include "Brevio/Preferences/PreferencesView.h"
 
 #include "Brevio/Preferences/FormButton.h"
+#include "Brevio/Preferences/FormLabel.h"
 #include "Brevio/Preferences/FormSection.h"
 #include "Brevio/Preferences/Settings.h"
 #include "Brevio/Preferences/SwitchRow.h"

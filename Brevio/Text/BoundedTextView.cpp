@@ -1,6 +1,7 @@
 #include "Brevio/Text/BoundedTextView.h"
 
 #include "Brevio/Text/MicrophoneCursor.h"
+#include "Brevio/Text/PlainText.h"
 #include "Brevio/Text/TextDifference.h"
 #include "Brevio/Text/TextMeasure.h"
 
@@ -60,8 +61,7 @@ QString BoundedTextView::text() const
 /// As the document holds it, position for position.
 QString BoundedTextView::shownText() const
 {
-    // QTextDocument's plain text would turn every no-break space into a space.
-    return TextMeasure::withLineFeeds(document()->toRawText());
+    return PlainText::of(*document());
 }
 
 void BoundedTextView::setText(const QString &text)
@@ -102,6 +102,7 @@ void BoundedTextView::adopt(const QString &text)
     recordValidState();
 }
 
+/// Makes the text and selection shown now the ones that a refused edit returns to.
 void BoundedTextView::recordValidState()
 {
     m_validText = shownText();
@@ -113,8 +114,12 @@ void BoundedTextView::recordValidState()
 double BoundedTextView::usedHeight(const QString &text) const
 {
     // Twice the bound is enough to know by how far a text is too tall to be shown.
-    return TextMeasure::usedHeight(text, font(), TextMeasure::containerWidth,
-                                   2.0 * (maxVisibleHeight + heightTolerance));
+    return TextMeasure::usedHeight(text, font(), TextMeasure::containerWidth, 2.0 * bound());
+}
+
+bool BoundedTextView::fits(const QString &text) const
+{
+    return usedHeight(text) <= bound();
 }
 
 bool BoundedTextView::fits(const QString &text) const
@@ -126,6 +131,12 @@ void BoundedTextView::setDictating(bool dictating)
 {
     m_isDictating = dictating;
     updateCursor();
+}
+
+void BoundedTextView::startSpelling(Platform::SpellChecker &checker, Platform::MainQueue &queue)
+{
+    m_spelling.start(checker, queue);
+    m_menu.start(checker, queue);
 }
 
 void BoundedTextView::setColors(const QColor &ink, const QColor &selection)
@@ -149,7 +160,7 @@ void BoundedTextView::keyPressEvent(QKeyEvent *event)
 {
     // The menu key comes as an event for the menu, its other form does not.
     if (event->key() == Qt::Key_F10 && event->modifiers() == Qt::ShiftModifier) {
-        m_spelling.showMenuAtCaret();
+        m_menu.showAtCaret();
         return;
     }
     const QString before = m_validText;
@@ -192,9 +203,9 @@ void BoundedTextView::dropEvent(QDropEvent *event)
 void BoundedTextView::contextMenuEvent(QContextMenuEvent *event)
 {
     if (event->reason() == QContextMenuEvent::Keyboard)
-        m_spelling.showMenuAtCaret();
+        m_menu.showAtCaret();
     else
-        m_spelling.showMenu(viewport()->mapFromGlobal(event->globalPos()), event->globalPos());
+        m_menu.showAt(viewport()->mapFromGlobal(event->globalPos()));
 }
 
 void BoundedTextView::insertFromMimeData(const QMimeData *source)
@@ -204,10 +215,7 @@ void BoundedTextView::insertFromMimeData(const QMimeData *source)
     QString pasted = source->text();
     // Far too much text would be laid out for seconds only to be refused: a beginning of it that
     // is refused for certain stands for the whole.
-    const double bound = 2.0 * (maxVisibleHeight + heightTolerance);
-    if (pasted.size() > longPaste &&
-        TextMeasure::usedHeight(QStringView(pasted).first(longPaste), font(),
-                                TextMeasure::containerWidth, bound) > bound)
+    if (pasted.size() > longPaste && usedHeight(pasted.left(longPaste)) > 2.0 * bound())
         pasted.truncate(longPaste);
     // A step of its own: the document joins adjacent insertions unless it counts as unmodified.
     document()->setModified(false);
@@ -218,7 +226,7 @@ void BoundedTextView::insertFromMimeData(const QMimeData *source)
 QMimeData *BoundedTextView::createMimeDataFromSelection() const
 {
     auto *plain = new QMimeData;
-    plain->setText(TextMeasure::withLineFeeds(textCursor().selectedText()));
+    plain->setText(PlainText::of(textCursor()));
     return plain;
 }
 
@@ -260,7 +268,7 @@ void BoundedTextView::judge()
     const double height = usedHeight(current);
     // A note that already was too tall, written where more fits on a card, can be shortened.
     const bool shortens = current.size() < m_validText.size() && height <= usedHeight(m_validText);
-    if (height > maxVisibleHeight + heightTolerance && !shortens) {
+    if (height > bound() && !shortens) {
         rollBack();
         return;
     }
@@ -312,13 +320,13 @@ void BoundedTextView::rememberSelection()
 /// A note too tall for this card shows as many lines as are whole.
 void BoundedTextView::clipToWholeLines(double height)
 {
-    const double bound = maxVisibleHeight + heightTolerance;
-    if (height <= bound) {
+    if (height <= bound()) {
         viewport()->clearMask();
         return;
     }
     const double line = TextMeasure::lineHeight(font());
-    viewport()->setMask(QRegion(0, 0, width(), static_cast<int>(std::floor(bound / line) * line)));
+    viewport()->setMask(
+        QRegion(0, 0, width(), static_cast<int>(std::floor(bound() / line) * line)));
 }
 
 void BoundedTextView::paintEvent(QPaintEvent *event)

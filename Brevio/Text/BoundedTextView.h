@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Brevio/Text/EditorMenu.h"
 #include "Brevio/Text/SpellMarks.h"
 #include "Brevio/Text/TextMarks.h"
 #include "Brevio/Text/TypingAids.h"
@@ -37,8 +38,6 @@ public:
     /// The same for another version of the text shown: the insertion point and the selection stay
     /// with the characters around them, and what an input method is composing goes on.
     void updateText(const QString &text);
-    /// Makes the text and selection shown now the ones that a refused edit returns to.
-    void recordValidState();
 
     /// The height of the text if this view showed it, in points.
     [[nodiscard]] double usedHeight(const QString &text) const;
@@ -49,8 +48,9 @@ public:
     [[nodiscard]] bool isDictating() const { return m_isDictating; }
     void setDictating(bool dictating);
 
-    /// The marks of misspelled words, for whoever gives it a checker. Off at first.
-    [[nodiscard]] SpellMarks &spelling() { return m_spelling; }
+    /// Marks misspelled words and offers to correct them. Both must outlive the view.
+    void startSpelling(Platform::SpellChecker &checker, Platform::MainQueue &queue);
+    [[nodiscard]] const SpellMarks &spelling() const { return m_spelling; }
     /// What typing substitutes, for whoever says by what. Off at first. Nothing is substituted in
     /// what is pasted, dropped, composed, or set.
     [[nodiscard]] TypingAids &typingAids() { return m_typingAids; }
@@ -80,18 +80,21 @@ protected:
 private:
     [[nodiscard]] QString shownText() const;
     void adopt(const QString &text);
+    void recordValidState();
     void editDuring(const std::function<void()> &handleEvent);
     void noticeEdit();
     void judge();
     void rollBack();
     void rememberSelection();
     void clipToWholeLines(double height);
+    [[nodiscard]] double bound() const { return maxVisibleHeight + heightTolerance; }
     void updateCursor();
 
     Platform::Appearance &m_appearance;
     TextMarks m_marks{*this};
     SpellMarks m_spelling{*this};
-    TypingAids m_typingAids{*this};
+    EditorMenu m_menu{*this, m_spelling};
+    TypingAids m_typingAids{*this, [this](const QString &text) { return fits(text); }};
     bool m_isComposing = false;
     bool m_isDictating = false;
 

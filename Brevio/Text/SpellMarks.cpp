@@ -3,9 +3,7 @@
 #include "Brevio/Text/SpellWords.h"
 
 #include <QAbstractTextDocumentLayout>
-#include <QCoreApplication>
 #include <QEvent>
-#include <QMenu>
 #include <QPainter>
 #include <QPixmap>
 #include <QTextBlock>
@@ -21,8 +19,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr auto checkDelay = 250ms;   ///< after an edit; its own painting comes first
-constexpr auto menuPatience = 400ms; ///< the longest that the menu waits for corrections
+constexpr auto checkDelay = 250ms; ///< after an edit; its own painting comes first
 constexpr qsizetype mostVerdicts = 4096;
 /// No card shows more; a long note does not cost more than a card.
 constexpr int mostCharacters = 4096;
@@ -80,11 +77,6 @@ QPixmap wave(double devicePixelRatio)
     return tile;
 }
 
-QString translated(const char *source)
-{
-    return QCoreApplication::translate("Spelling", source);
-}
-
 } // namespace
 
 SpellMarks::SpellMarks(QTextEdit &view)
@@ -97,7 +89,6 @@ void SpellMarks::start(Platform::SpellChecker &checker, Platform::MainQueue &que
     m_queue = &queue;
     m_view.installEventFilter(this);
     connect(m_view.document(), &QTextDocument::contentsChanged, this, [this] {
-        dropMenu();
         noticeMove();
         checkLater();
     });
@@ -115,12 +106,11 @@ bool SpellMarks::eventFilter(QObject *, QEvent *event)
         // Hidden, the program is to be small.
         m_soon.reset();
         m_check.reset();
-        dropMenu();
         m_checker->release();
         break;
     case QEvent::FocusOut:
-        if (!m_view.hasFocus() && std::exchange(m_writtenAt, -1) >= 0)
-            checkLater();
+        if (!m_view.hasFocus())
+            finishWord();
         break;
     default:
         break;
@@ -259,111 +249,46 @@ void SpellMarks::paint(QPainter &painter) const
     });
 }
 
-void SpellMarks::showMenu(QPoint place, QPoint globalPlace)
+std::optional<SpellMarks::Mark> SpellMarks::markAt(QPoint place) const
 {
-    Mark hit;
+    std::optional<Mark> hit;
     forEachWord([&](const QTextBlock &block, const Mark &mark) {
+        if (!isMarked(mark))
+            return;
         for (const QRectF &line : lines(block, mark)) {
-            const QRectF whole = line.adjusted(0.0, 0.0, 0.0, waveBelowBaseline + waveHeight);
-            if (isMarked(mark) && whole.contains(place))
+            if (line.adjusted(0.0, 0.0, 0.0, waveBelowBaseline + waveHeight).contains(place))
                 hit = mark;
         }
     });
-    requestMenu(hit, globalPlace);
+    return hit;
 }
 
-void SpellMarks::showMenuAtCaret()
+std::optional<SpellMarks::Mark> SpellMarks::wrongWordAtCaret() const
 {
-    Mark hit;
+    std::optional<Mark> hit;
     const int caret = m_view.textCursor().position();
     forEachWord([&](const QTextBlock &, const Mark &mark) {
         if (m_wrong.contains(mark.word) && caret >= mark.position &&
             caret <= mark.position + mark.word.size())
             hit = mark;
     });
-    requestMenu(hit, m_view.viewport()->mapToGlobal(m_view.cursorRect().bottomLeft()));
+    return hit;
 }
 
-void SpellMarks::requestMenu(const Mark &mark, QPoint globalPlace)
+void SpellMarks::finishWord()
 {
-    if (mark.position < 0) {
-        popUp(mark, {}, globalPlace);
-        return;
-    }
-    m_suggest = m_checker->suggest(mark.word, [=, this](const QStringList &suggestions) {
-        popUp(mark, suggestions, globalPlace);
-    });
-    m_patience = m_queue->schedule(menuPatience, [=, this] { popUp(mark, {}, globalPlace); });
+    if (std::exchange(m_writtenAt, -1) >= 0)
+        checkLater();
 }
 
-void SpellMarks::popUp(const Mark &mark, const QStringList &suggestions, QPoint globalPlace)
+void SpellMarks::accept(const QString &word)
 {
-    m_suggest.reset();
-    m_patience.reset();
-    if (!m_view.isVisible())
-        return;
-    QMenu *menu = m_view.createStandardContextMenu();
-    menu->setAttribute(Qt::WA_DeleteOnClose);
-    if (mark.position >= 0) {
-        QAction *first = menu->actions().value(0);
-        const auto add = [&](const QString &title) {
-            auto *action = new QAction(title, menu);
-            menu->insertAction(first, action);
-            return action;
-        };
-        for (const QString &suggestion : suggestions) {
-            QString title = suggestion;
-            title.replace(u'&', QStringLiteral("&&"));
-            QAction *action = add(title);
-            QFont font = action->font();
-            font.setBold(true);
-            action->setFont(font);
-            connect(action, &QAction::triggered, this, [=, this] { correct(mark, suggestion); });
-        }
-        if (suggestions.isEmpty())
-            add(translated("No Guesses Found"))->setEnabled(false);
-        connect(add(translated("Learn Spelling")), &QAction::triggered, this,
-                [=, this] { learn(mark.word); });
-        menu->insertSeparator(first);
-    }
-    m_menu = menu;
-    menu->popup(globalPlace);
-}
-
-void SpellMarks::correct(const Mark &mark, const QString &correction)
-{
-    QTextCursor cursor = m_view.textCursor();
-    const int end = mark.position + static_cast<int>(mark.word.size());
-    if (end >= m_view.document()->characterCount())
-        return;
-    // Undo puts the caret back to where the editing began.
-    cursor.beginEditBlock();
-    cursor.setPosition(mark.position);
-    cursor.setPosition(end, QTextCursor::KeepAnchor);
-    if (cursor.selectedText() == mark.word)
-        cursor.insertText(correction);
-    cursor.endEditBlock();
-    m_writtenAt = -1;
-    m_view.document()->setModified(false); // what is typed next is a step of its own
-}
-
-void SpellMarks::learn(const QString &word)
-{
-    m_checker->learn(word);
     // It may be right now at the start of a sentence, too.
     m_wrong.removeIf(
         [&](const QString &one) { return one.compare(word, Qt::CaseInsensitive) == 0; });
     m_right.insert(word);
     m_view.viewport()->update();
     checkLater();
-}
-
-void SpellMarks::dropMenu()
-{
-    m_suggest.reset();
-    m_patience.reset();
-    if (m_menu)
-        m_menu->close();
 }
 
 } // namespace Brevio

@@ -103,11 +103,4 @@ void applyLayout(QTextDocument &document, const QFont &font)
     everything.setBlockFormat(block);
 }
 
-QString withLineFeeds(QString text)
-{
-    text.replace(QChar::ParagraphSeparator, u'\n');
-    text.replace(QChar::LineSeparator, u'\n');
-    return text;
-}
-
 } // namespace Brevio::TextMeasure

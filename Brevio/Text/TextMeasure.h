@@ -1,7 +1,6 @@
 #pragma once
 
 #include <QFont>
-#include <QString>
 #include <QStringView>
 
 #include <limits>
@@ -32,9 +31,6 @@ constexpr double lineFragmentPadding = 5.0;
 /// Gives the document, whatever it holds, the layout that usedHeight() measures, for a view that
 /// is a container's width wide. Not undoable: call it with undo disabled.
 void applyLayout(QTextDocument &document, const QFont &font);
-
-/// The text of a document or a selection, position for position, its lines separated by line feeds.
-[[nodiscard]] QString withLineFeeds(QString text);
 
 } // namespace TextMeasure
 } // namespace Brevio

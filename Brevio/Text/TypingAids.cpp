@@ -1,9 +1,8 @@
 #include "Brevio/Text/TypingAids.h"
 
-#include "Brevio/Text/BoundedTextView.h"
-#include "Brevio/Text/TextMeasure.h"
+#include "Brevio/Text/PlainText.h"
 
-#include <QTextDocument>
+#include <QTextEdit>
 
 #include <utility>
 
@@ -16,8 +15,9 @@ constexpr int mostAtOnce = 3;
 
 } // namespace
 
-TypingAids::TypingAids(BoundedTextView &view)
+TypingAids::TypingAids(QTextEdit &view, std::function<bool(const QString &text)> fits)
     : m_view(view)
+    , m_fits(std::move(fits))
 {}
 
 void TypingAids::start(Substitutions substitutions)
@@ -32,8 +32,7 @@ void TypingAids::keyWasTyped(const QString &typed)
     const QChar key = typed.front() == u'\r' ? QChar(u'\n') : typed.front();
     for (int made = 0; made < mostAtOnce; ++made) {
         QTextCursor cursor = m_view.textCursor();
-        // Position for position what the document holds.
-        QString text = TextMeasure::withLineFeeds(m_view.document()->toRawText());
+        QString text = PlainText::of(*m_view.document());
         const QStringView written = QStringView(text).left(cursor.position());
         if (cursor.hasSelection() || (made == 0 && !written.endsWith(key)))
             return;
@@ -42,7 +41,7 @@ void TypingAids::keyWasTyped(const QString &typed)
             return;
         const auto &[start, length, put] = *substitution;
         text.replace(start, length, put);
-        if (m_view.usedHeight(text) > m_view.maxVisibleHeight + BoundedTextView::heightTolerance)
+        if (!m_fits(text))
             return;
         // Undo puts the caret back to where the editing began.
         cursor.beginEditBlock();

@@ -2,11 +2,12 @@
 
 #include "Brevio/Text/Substitutions.h"
 
+#include <functional>
 #include <optional>
 
-namespace Brevio {
+class QTextEdit;
 
-class BoundedTextView;
+namespace Brevio {
 
 /// Makes the substitutions in the card's editor. Each is an edit and an undo step of its own, so
 /// that Undo right after it brings back what was typed, and is not made a second time. One that
@@ -15,8 +16,8 @@ class BoundedTextView;
 class TypingAids final
 {
 public:
-    /// Does nothing before start().
-    explicit TypingAids(BoundedTextView &view);
+    /// Does nothing before start(). `fits` says whether the view can show the whole of a text.
+    TypingAids(QTextEdit &view, std::function<bool(const QString &text)> fits);
 
     void start(Substitutions substitutions);
 
@@ -25,7 +26,8 @@ public:
     void keyWasTyped(const QString &typed);
 
 private:
-    BoundedTextView &m_view;
+    QTextEdit &m_view;
+    std::function<bool(const QString &text)> m_fits;
     std::optional<Substitutions> m_substitutions;
 };
 

@@ -12,21 +12,6 @@
 using namespace Brevio;
 using namespace std::chrono_literals;
 
-namespace {
-
-/// The first is the last edited.
-NoteList notesReading(int count)
-{
-    NoteList notes;
-    for (int i = 0; i < count; ++i)
-        notes.push_back({.id = QUuid::createUuid(),
-                         .body = QString::number(i),
-                         .lastEditedAt = Platform::Instant(std::chrono::seconds(1000 - i))});
-    return notes;
-}
-
-} // namespace
-
 class GridContentViewTests final : public QObject
 {
     Q_OBJECT
@@ -35,12 +20,19 @@ class GridContentViewTests final : public QObject
     FakeAppearance appearance;
     std::unique_ptr<GridContentView> grid;
     NoteList notes;
+    QList<QUuid> clicks;
 
+    /// The first is the last edited.
     void show(int count)
     {
-        notes = notesReading(count);
+        notes.clear();
+        for (int i = 0; i < count; ++i)
+            notes.push_back({.id = QUuid::createUuid(),
+                             .body = QString::number(i),
+                             .lastEditedAt = Platform::Instant(std::chrono::seconds(1000 - i))});
         grid->reload(notes, {});
     }
+    static QMenu *openMenu() { return qobject_cast<QMenu *>(QApplication::activePopupWidget()); }
     QString order() const
     {
         QString bodies;
@@ -50,6 +42,13 @@ class GridContentViewTests final : public QObject
     }
     QPointF plusPosition() const { return grid->document().newCardTile()->frame().topLeft(); }
     void press(QPoint position) { QTest::mousePress(grid.get(), Qt::LeftButton, {}, position); }
+    /// Whether the grid had a use for the key.
+    bool takes(Qt::Key key, Qt::KeyboardModifiers modifiers = {}, bool isHeld = false)
+    {
+        QKeyEvent event(QEvent::KeyPress, key, modifiers, {}, isHeld);
+        QApplication::sendEvent(grid.get(), &event);
+        return event.isAccepted();
+    }
     void scroll(QPoint pixels, QPoint angle)
     {
         QWheelEvent event({100, 100}, {100, 100}, pixels, angle, {}, {}, Qt::NoScrollPhase, false);
@@ -59,16 +58,13 @@ class GridContentViewTests final : public QObject
 private Q_SLOTS:
     void init()
     {
+        grid.reset(); // with its menu
         grid = std::make_unique<GridContentView>(appearance, queue);
         grid->resize(460, 280);
         grid->show();
+        clicks.clear();
+        grid->onThumbClick = [this](const QUuid &id) { clicks << id; };
     }
-    void cleanup()
-    {
-        delete QApplication::activePopupWidget();
-        grid.reset();
-    }
-
     void tilesFillThreeColumnsAndThePlusIsLast()
     {
         for (const auto &[count, plus, height] : {std::tuple(2, QPointF(308, 12), 280.0),
@@ -83,25 +79,70 @@ private Q_SLOTS:
 
     void theLastEditedComesFirstAndEqualOnesKeepTheirOrder()
     {
-        NoteList mixed = notesReading(4);
-        mixed[1].lastEditedAt = mixed[2].lastEditedAt;
-        mixed[3].isPinned = true;
-        grid->reload({mixed[3], mixed[2], mixed[0], mixed[1]}, mixed[1].id);
+        show(4);
+        notes[1].lastEditedAt = notes[2].lastEditedAt;
+        notes[3].isPinned = true;
+        grid->reload({notes[3], notes[2], notes[0], notes[1]}, notes[1].id);
         QCOMPARE(order(), u"0213"_qs);
         for (const auto &thumb : grid->thumbs())
-            QCOMPARE(thumb->isActive(), thumb->shows(mixed[1].id));
+            QCOMPARE(thumb->isActive(), thumb->shows(notes[1].id));
     }
 
-    void aReloadKeepsTheScrollPositionWithinTheContent()
+    void everyWayOfScrollingStaysWithinTheContent()
     {
-        show(30);
-        scroll({}, {0, -12000});
-        const double bottom = grid->scrollBar().maximum();
+        show(30); // 704 more than shows
+        QList<double> offsets;
+        // By three lines a notch; by pixels; by an angle in the place of pixels.
+        for (const auto &[pixels, angle] : {std::pair(QPoint(), QPoint(0, -120)),
+                                            {QPoint(0, -10), QPoint(0, -120)},
+                                            {QPoint(0, -120), QPoint(0, -120)},
+                                            {QPoint(), QPoint(0, -12000)}}) {
+            scroll(pixels, angle);
+            offsets << grid->scrollOffset();
+        }
+        for (const auto key : {Qt::Key_Home, Qt::Key_PageDown, Qt::Key_End, Qt::Key_PageUp})
+            offsets << (takes(key) ? grid->scrollOffset() : -1.0);
+        QCOMPARE(offsets, QList({54.0, 64.0, 118.0, 704.0, 0.0, 256.0, 704.0, 448.0}));
+        QVERIFY(!takes(Qt::Key_Escape) && !takes(Qt::Key_Home, Qt::ControlModifier));
+        takes(Qt::Key_End);
         grid->reload(notes, {});
-        QCOMPARE(grid->scrollOffset(), bottom);
+        QCOMPARE(grid->scrollOffset(), 704.0);
         notes.resize(9);
         grid->reload(notes, {});
         QCOMPARE(grid->scrollOffset(), 88.0);
+    }
+
+    void theScrollBarShowsWhileItIsUsed()
+    {
+        show(30);
+        auto *bar = grid->findChild<OverlayScrollBar *>();
+        QCOMPARE(bar->geometry(), QRect(448, 0, 12, 280));
+        QCOMPARE(bar->alpha(), 0.0);
+        scroll({0, -100}, {});
+        for (const auto &[time, alpha] : {std::pair(120ms, 1.0), {780ms, 1.0}, {300ms, 0.0}}) {
+            queue.advance(time);
+            QCOMPARE(bar->alpha(), alpha);
+        }
+        QCOMPARE(queue.pendingJobs(), 0);
+
+        // Beside the thumb a page; held, the thumb follows and stays.
+        for (const auto &[y, offset] : {std::pair(270, 380.0), {7, 100.0}}) {
+            QTest::mousePress(bar, Qt::LeftButton, {}, {6, y});
+            QTest::mouseRelease(bar, Qt::LeftButton);
+            QCOMPARE(grid->scrollOffset(), offset);
+        }
+        const QRectF thumb = bar->thumbRect();
+        const QPoint grip = thumb.center().toPoint();
+        QTest::mousePress(bar, Qt::LeftButton, {}, grip);
+        QMouseEvent move(QEvent::MouseMove, grip + QPoint(-9, 20), {}, {}, Qt::LeftButton, {});
+        QApplication::sendEvent(bar, &move);
+        queue.advance(5s);
+        QCOMPARE(bar->alpha(), 1.0);
+        QTest::mouseRelease(bar, Qt::LeftButton);
+        QApplication::sendEvent(bar, &move);
+        QCOMPARE(bar->thumbRect(), thumb.translated(0, 20));
+        queue.advance(5s);
+        QCOMPARE(bar->alpha(), 0.0);
     }
 
     void aDeletedTileShrinksAndTheOthersCloseTheGap()
@@ -139,31 +180,35 @@ private Q_SLOTS:
         for (int tile = 0; tile < 3; ++tile)
             QCOMPARE(grid->document().tileFrame(tile), QRectF(12 + 148 * tile, 12, 140, 80));
 
-        // A reload in the middle of one shows the new tiles whole.
+        // A reload in the middle of one shows the new tiles whole, and ends a slide.
         grid->animateDelete(notes[1].id);
         queue.advance(100ms);
         grid->reload({notes[3], notes[4]}, {});
-        queue.advance(500ms);
+        QCOMPARE(grid->thumbs()[1]->alpha(), 1.0);
+        queue.advance(150ms);
+        grid->reload({notes[3], notes[4]}, {});
         QCOMPARE(order(), u"34"_qs);
         QCOMPARE(grid->thumbs()[1]->frame(), QRectF(160, 12, 140, 80));
-        QCOMPARE(grid->thumbs()[1]->alpha(), 1.0);
         QCOMPARE(queue.pendingJobs(), 0);
     }
 
     void aPressOpensTheTileUnderItAtOnce()
     {
         show(4);
-        QList<QUuid> clicks;
         grid->onThumbClick = [&](const QUuid &id) {
             clicks << id;
             grid->reload({}, {}); // as if a merge had removed everything
         };
+        int newCards = 0;
+        grid->onNewCardTapped = [&] { ++newCards; };
         QMouseEvent between(QEvent::MouseButtonPress, {156, 50}, {156, 50}, Qt::LeftButton,
                             Qt::LeftButton, {});
         QApplication::sendEvent(grid.get(), &between);
         QVERIFY2(!between.isAccepted(), "the panel is dragged by it");
         press({200, 50});
         QCOMPARE(clicks, QList{notes[1].id});
+        press({20, 20}); // the plus is alone now
+        QCOMPARE(newCards, 1);
 
         show(2);
         grid->animateDelete(notes[0].id);
@@ -178,8 +223,9 @@ private Q_SLOTS:
         grid->setThumbNote(notes[1]);
         QList<QUuid> told;
         grid->onThumbPinToggle = grid->onThumbDelete = [&](const QUuid &id) { told << id; };
-        grid->showTileMenu(1, {});
-        const auto actions = qobject_cast<QMenu *>(QApplication::activePopupWidget())->actions();
+        QContextMenuEvent click(QContextMenuEvent::Mouse, {200, 50}, {});
+        QApplication::sendEvent(grid.get(), &click);
+        const auto actions = openMenu()->actions();
         QCOMPARE(actions[0]->text(), u"Unpin"_qs);
         grid->reload({}, {}); // the tile goes while its menu is open
         actions[0]->trigger();
@@ -190,24 +236,24 @@ private Q_SLOTS:
     void theArrowKeysMoveARingThatTheMouseHides()
     {
         show(7);
-        QCOMPARE(grid->focusedTile(), std::nullopt);
-        const QList<std::pair<Qt::Key, int>> way{
-            {Qt::Key_Down, 0}, {Qt::Key_Left, 0},  {Qt::Key_Up, 0},   {Qt::Key_Right, 1},
-            {Qt::Key_Down, 4}, {Qt::Key_Right, 5}, {Qt::Key_Down, 7}, {Qt::Key_Up, 4}};
-        for (const auto &[key, tile] : way) {
-            QTest::keyClick(grid.get(), key);
-            QCOMPARE(grid->focusedTile(), tile);
-        }
+        QString way;
+        for (const auto key : {Qt::Key_Down, Qt::Key_Left, Qt::Key_Up, Qt::Key_Right, Qt::Key_Down,
+                               Qt::Key_Right, Qt::Key_Down, Qt::Key_Up})
+            way += takes(key) ? QString::number(grid->focusedTile().value_or(9)) : u"-"_qs;
+        QCOMPARE(way, u"00014574"_qs);
         press({2, 2});
         QCOMPARE(grid->focusedTile(), std::nullopt);
 
-        // It starts in view, scrolls, and survives a deletion.
+        // It starts in view, at the active one if that shows; it scrolls, and survives a deletion.
         show(12);
         grid->reload(notes, notes[1].id);
+        takes(Qt::Key_Right);
+        QCOMPARE(grid->focusedTile(), 2);
+        press({2, 2});
         scroll({0, -200}, {});
-        QTest::keyClick(grid.get(), Qt::Key_Left);
-        QCOMPARE(grid->focusedTile(), 6); // the first in view, for the active one is not
-        QTest::keyClick(grid.get(), Qt::Key_Up);
+        takes(Qt::Key_Left);
+        QCOMPARE(grid->focusedTile(), 6);
+        takes(Qt::Key_Up);
         QCOMPARE(grid->tileRect(3).top(), 12.0);
         grid->animateDelete(notes[0].id);
         queue.advance(1s);
@@ -220,18 +266,42 @@ private Q_SLOTS:
         QCOMPARE(grid->focusedTile(), std::nullopt);
     }
 
-    void aScreenReaderHearsEveryTile()
+    void aKeyOpensTheTileWithTheRingOnceHoweverLongItIsHeld()
+    {
+        show(12);
+        QVERIFY(!takes(Qt::Key_Return) && clicks.isEmpty());
+        takes(Qt::Key_Down);
+        for (const auto key : {Qt::Key_Return, Qt::Key_Enter, Qt::Key_Space}) {
+            clicks.clear();
+            QVERIFY(takes(key, Qt::KeypadModifier));
+            QVERIFY(takes(key, {}, true));
+            QCOMPARE(clicks, QList{notes[0].id});
+        }
+        scroll({0, -200}, {});
+        QVERIFY(takes(Qt::Key_Menu) && openMenu());
+        QCOMPARE(grid->scrollOffset(), 0.0); // where the menu is for
+    }
+
+    void aScreenReaderHearsAndUsesEveryTile()
     {
         show(2);
         notes[1].isPinned = true;
-        grid->setThumbNote(notes[1]);
+        grid->reload(notes, notes[1].id);
         auto *list = QAccessible::queryAccessibleInterface(grid.get());
-        QCOMPARE(list->childCount(), 3);
-        QStringList heard;
-        for (int i = 0; i < 3; ++i)
-            heard << list->child(i)->text(QAccessible::Name);
-        QCOMPARE(heard,
-                 QStringList({u"Card 1 of 2: 0"_qs, u"Card 2 of 2, pinned: 1"_qs, u"New card"_qs}));
+        QString heard;
+        for (int i = 0; i < list->childCount(); ++i)
+            heard += list->child(i)->text(QAccessible::Name) + u'\n';
+        QCOMPARE(heard, u"Card 1 of 2: 0\nCard 2 of 2, pinned: 1\nNew card\n"_qs);
+        auto *tile = list->child(1);
+        QVERIFY(!list->child(3) && tile->state().selected && tile->state().focusable);
+        const QPoint centre = tile->rect().center();
+        QCOMPARE(list->indexOfChild(list->childAt(centre.x(), centre.y())), 1);
+        QVERIFY(!list->childAt(centre.x(), centre.y() - 45));
+        tile->actionInterface()->doAction(QAccessibleActionInterface::pressAction());
+        QCOMPARE(clicks, QList{notes[1].id});
+        tile->actionInterface()->doAction(QAccessibleActionInterface::showMenuAction());
+        QVERIFY(openMenu());
+        QCOMPARE(list->child(2)->actionInterface()->actionNames().size(), 1);
     }
 };
 

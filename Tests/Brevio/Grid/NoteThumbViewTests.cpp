@@ -28,11 +28,6 @@ QImage painted(const NoteThumbView &tile, ColorScheme scheme = ColorScheme::Ligh
     return image;
 }
 
-QColor at(const QImage &image, int x, int y)
-{
-    return image.pixelColor(x + surround, y + surround);
-}
-
 } // namespace
 
 class NoteThumbViewTests final : public QObject
@@ -45,7 +40,7 @@ private Q_SLOTS:
         QStringList lines;
         for (const auto &line : tileReading(u"a\nb\r\nc\n"_qs).laidOutText().lines())
             lines << line.text;
-        QCOMPARE(lines, QStringList({u"a"_qs, u"b"_qs, u"c"_qs, {}}));
+        QCOMPARE(lines.join(u'|'), u"a|b|c|"_qs);
         QCOMPARE(tileReading({}).laidOutText().lines().front().text, u"(empty)"_qs);
     }
 
@@ -96,9 +91,10 @@ private Q_SLOTS:
         tile.setNote(Note{.id = QUuid::createUuid(), .body = u" "_qs, .isPinned = true});
         tile.setActive(true);
         const QImage marked = painted(tile, ColorScheme::Dark);
-        QCOMPARE(at(plain, 132, 7).rgb(), CardColors::thumbFill().dark.rgb());
-        QCOMPARE(at(marked, 132, 7).rgb(), Platform::systemYellow().dark.rgb());
-        QVERIFY(at(marked, 70, 0) != at(plain, 70, 0));
+        const QPoint dot(surround + 132, surround + 7);
+        QCOMPARE(plain.pixel(dot), CardColors::thumbFill().dark.rgb());
+        QCOMPARE(marked.pixel(dot), Platform::systemYellow().dark.rgb());
+        QVERIFY(marked.pixel(surround + 70, surround) != plain.pixel(surround + 70, surround));
     }
 };
 

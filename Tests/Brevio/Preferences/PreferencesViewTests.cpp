@@ -9,25 +9,6 @@
 
 using namespace Qt::StringLiterals;
 
-namespace {
-
-/// What a screen reader meets, in order: what is shown and not only there to hold others.
-QList<QAccessibleInterface *> itemsIn(QAccessibleInterface *from)
-{
-    QList<QAccessibleInterface *> items;
-    for (int i = 0; i < from->childCount(); ++i) {
-        auto *child = from->child(i);
-        if (child->state().invisible)
-            continue;
-        if (!child->text(QAccessible::Name).isEmpty())
-            items << child;
-        items += itemsIn(child);
-    }
-    return items;
-}
-
-} // namespace
-
 class PreferencesViewTests final : public QObject
 {
     Q_OBJECT
@@ -38,7 +19,8 @@ private Q_SLOTS:
         window.reset(); // before what it shows
         settings = std::make_unique<Brevio::Settings>(shortcuts.defaults);
         auto *view = new Brevio::PreferencesView(
-            *settings, shortcuts.queue, [] {}, [this] { ++checked; });
+            *settings, shortcuts.queue, [this] { chosen << u"welcome"_s; },
+            [this] { chosen << u"updates"_s; });
         window = std::make_unique<Brevio::PreferencesWindow>(view);
         window->show();
         QVERIFY(QTest::qWaitForWindowExposed(window.get()));
@@ -46,12 +28,9 @@ private Q_SLOTS:
 
     void theRowsStandInTheirOrderAndTheNoteComesAndGoes()
     {
-        const QString note = u"With the menu bar icon hidden, re-open Brevio from Finder to access "
-                             u"Preferences again."_s;
-        QStringList rows{u"Show in menu bar"_s, u"Start at login"_s,       u"Hotkey"_s,
-                         u"Summon a card"_s, // the label
-                         u"Summon a card"_s, // the recorder
-                         u"Clear Shortcut"_s,   u"Restore Welcome Note"_s, u"Check for Updates…"_s};
+        // The summon shortcut has a label and the recorder.
+        auto rows = u"Show in menu bar|Start at login|Hotkey|Summon a card|Summon a card|"
+                    u"Clear Shortcut|Restore Welcome Note|Check for Updates…"_s.split(u'|');
         const auto texts = [&] {
             QStringList names;
             for (auto *item : shownItems())
@@ -64,7 +43,8 @@ private Q_SLOTS:
         const int height = window->height();
 
         settings->showInMenuBar.set(false);
-        rows.insert(1, note);
+        rows.insert(1, u"With the menu bar icon hidden, re-open Brevio from Finder to access "
+                       u"Preferences again."_s);
         QTRY_VERIFY(window->height() > height);
         QCOMPARE(texts(), rows);
         settings->showInMenuBar.set(true);
@@ -84,10 +64,6 @@ private Q_SLOTS:
             QTest::mouseClick(widget, Qt::LeftButton, {},
                               {widget->width() - 20, widget->height() / 2});
             QCOMPARE(setting.get(), !before);
-            QTest::keyClick(widget, Qt::Key_Space);
-            QCOMPARE(setting.get(), before);
-            row->actionInterface()->doAction(QAccessibleActionInterface::toggleAction());
-            QCOMPARE(setting.get(), !before);
             QCOMPARE(bool(row->state().checked), !before);
 
             setting.set(before);
@@ -95,22 +71,29 @@ private Q_SLOTS:
         }
     }
 
-    void theLastButtonChecksForUpdates()
+    void theLastButtonsRestoreTheWelcomeNoteAndCheckForUpdates()
     {
-        QTest::keyClick(qobject_cast<QWidget *>(shownItems().last()->object()), Qt::Key_Space);
-        QCOMPARE(checked, 1);
+        for (auto *button : shownItems().last(2))
+            QTest::keyClick(qobject_cast<QWidget *>(button->object()), Qt::Key_Space);
+        QCOMPARE(chosen, QStringList({u"welcome"_s, u"updates"_s}));
     }
 
 private:
+    /// What a screen reader meets, in order.
     [[nodiscard]] QList<QAccessibleInterface *> shownItems() const
     {
-        return itemsIn(QAccessible::queryAccessibleInterface(window.get()));
+        QList<QAccessibleInterface *> items;
+        for (QWidget *widget : window->findChildren<QWidget *>())
+            if (auto *item = QAccessible::queryAccessibleInterface(widget);
+                widget->isVisible() && !item->text(QAccessible::Name).isEmpty())
+                items << item;
+        return items;
     }
 
     ShortcutsFixture shortcuts;
     std::unique_ptr<Brevio::Settings> settings;
     std::unique_ptr<Brevio::PreferencesWindow> window;
-    int checked = 0;
+    QStringList chosen;
 };
 
 QTEST_MAIN(PreferencesViewTests)

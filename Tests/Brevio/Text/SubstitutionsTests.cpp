@@ -15,11 +15,11 @@ class SubstitutionsTests final : public QObject
 private Q_SLOTS:
     void eachCharacterIsSubstitutedAsItIsTyped()
     {
-        const QJsonObject replacements{{QStringLiteral("omw"), QStringLiteral("On my way!")},
-                                       {QStringLiteral("teh"), QStringLiteral("the")},
-                                       {QStringLiteral("(r)"), QString()},
-                                       {QStringLiteral("2025"), 3},
-                                       {QStringLiteral(" "), QStringLiteral("x")}};
+        const QJsonObject replacements{{u"omw"_qs, u"On my way!"_qs},
+                                       {u"teh"_qs, u"the"_qs},
+                                       {u"(r)"_qs, QString()},
+                                       {u"2025"_qs, 3},
+                                       {u" "_qs, u"x"_qs}};
         const std::initializer_list<std::array<const char *, 3>> rows{
             {"en_US", R"("Don't," she said.)", "“Don’t,” she said."},
             {"en_US", R"(("a 'b' c") "'d'")", "(“a ‘b’ c”) “‘d’”"},
@@ -51,13 +51,8 @@ private Q_SLOTS:
             }
             QCOMPARE(text, QString::fromUtf8(written));
         }
-    }
-
-    void replacementsThatAreNoDictionaryCountAsNone()
-    {
-        const Substitutions substitutions(QStringLiteral("en"), QJsonValue(7));
-        QCOMPARE(substitutions.afterTyping(u"(c) ")->text, QStringLiteral("©"));
-        QVERIFY(!substitutions.afterTyping({}));
+        // What is no dictionary counts as none.
+        QCOMPARE(Substitutions(u"en"_qs, QJsonValue(7)).afterTyping(u"(c) ")->text, u"©"_qs);
     }
 
     void onlyProseIsSpelled()
