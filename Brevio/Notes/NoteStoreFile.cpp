@@ -2,7 +2,6 @@
 #include "Brevio/Notes/NoteMerge.h"
 #include "Brevio/Notes/NoteStore.h"
 
-#include <QDateTime>
 #include <QFileInfo>
 #include <QLoggingCategory>
 
@@ -34,14 +33,6 @@ QString storeFileIn(const QString &folder)
 std::optional<OnDisk> contentOf(const std::optional<QByteArray> &bytes, Instant now)
 {
     return bytes ? StoreFile::decode(*bytes, now) : std::nullopt;
-}
-
-/// Out of the way under a dated name, so that its bytes are kept.
-bool setAside(const QString &path, Instant now)
-{
-    const auto time = QDateTime::fromMSecsSinceEpoch(
-        std::chrono::floor<std::chrono::milliseconds>(now).time_since_epoch().count(), Qt::UTC);
-    return Files::setAside(path, time.toString(u"'.unreadable-'yyyyMMdd-hhmmss"_s));
 }
 
 } // namespace
@@ -193,7 +184,8 @@ bool NoteStore::isReadyToWrite()
     if (Files::exists(m_path) && Files::identity(m_path) == m_knownFile)
         return true;
     const Instant now = m_environment.clock.now();
-    if (Files::exists(m_path) && !contentOf(Files::read(m_path), now) && !setAside(m_path, now))
+    if (Files::exists(m_path) && !contentOf(Files::read(m_path), now) &&
+        !Files::setAsideUnreadable(m_path, now))
         return false;
     m_knownFile = Files::identity(m_path);
     return true;
@@ -260,7 +252,7 @@ void NoteStore::keepAside()
     if (notes().empty() && m_tombstones.empty())
         return;
     if (!m_copies.contains(m_unsavedPath) && Files::exists(m_unsavedPath) &&
-        !setAside(m_unsavedPath, m_environment.clock.now()))
+        !Files::setAsideUnreadable(m_unsavedPath, m_environment.clock.now()))
         return;
     if (!Files::replaceAtomically(m_unsavedPath, StoreFile::encode(notes(), m_tombstones)))
         return;

@@ -94,9 +94,9 @@ bool copy(const QString &from, const QString &to)
     return bytes && !exists(to) && replaceAtomically(to, *bytes);
 }
 
-bool setAside(const QString &path, const QString &suffix)
+bool setAsideUnreadable(const QString &path, Instant)
 {
-    if (!copy(path, path + suffix))
+    if (!copy(path, path + QStringLiteral(".unreadable")))
         return false;
     MemoryFiles::files.erase(path);
     return true;

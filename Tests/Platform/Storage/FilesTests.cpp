@@ -11,6 +11,7 @@
 #include <sys/stat.h>
 
 using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
 namespace Files = Platform::Files;
 
 namespace {
@@ -206,9 +207,14 @@ private Q_SLOTS:
         QCOMPARE(modeOf(copy), mode_t(0600));
         put(newText);
         QVERIFY(!Files::copy(m_path, copy));
-        QVERIFY(QFile::rename(m_path, in(u"copy"_s)));
-        QVERIFY(!Files::setAside(in(u"copy"_s), u".json"_s));
-        QCOMPARE(Files::read(copy), oldText);
+        const Platform::Instant now = std::chrono::sys_days{2025y / 3 / 4} + 5h + 6min + 7s + 999ms;
+        const QString aside = m_path + u".unreadable-20250304-050607"_s;
+        QVERIFY(Files::setAsideUnreadable(m_path, now));
+        QVERIFY(Files::setAsideUnreadable(copy, now));
+        QCOMPARE(Files::read(aside), newText);
+        put(oldText);
+        QVERIFY(!Files::setAsideUnreadable(m_path, now));
+        QCOMPARE(Files::read(aside), newText);
     }
 
     void whatIsNoFileIsLeftAloneAndHoldsNothingUp()
