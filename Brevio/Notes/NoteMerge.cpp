@@ -41,7 +41,7 @@ bool isDeleted(const Note &note, const DeletionTimes &times)
 } // namespace
 
 Merged merge(const OnDisk &file, const NoteList &notes, const TombstoneList &tombstones,
-             Instant now, WhenEqual whenEqual)
+             Instant now, WhenEqual whenEqual, const QSet<QUuid> &ownPins)
 {
     QHash<QUuid, const Note *> onlyInFile;
     onlyInFile.reserve(static_cast<qsizetype>(file.notes.size()));
@@ -56,7 +56,9 @@ Merged merge(const OnDisk &file, const NoteList &notes, const TombstoneList &tom
             other && (whenEqual == WhenEqual::File ? note.lastEditedAt <= other->lastEditedAt
                                                    : note.lastEditedAt < other->lastEditedAt);
         merged.notes.push_back(fileStands ? *other : note);
-        if (other && whenEqual == WhenEqual::File && isSameEdit(note, *other))
+        if (ownPins.contains(note.id))
+            merged.notes.back().isPinned = note.isPinned;
+        else if (other && whenEqual == WhenEqual::File && isSameEdit(note, *other))
             merged.notes.back().isPinned = other->isPinned;
     }
     for (const Note &note : file.notes) {
