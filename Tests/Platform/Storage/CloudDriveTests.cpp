@@ -1,5 +1,6 @@
 #include "Platform/Storage/CloudClients.h"
 #include "Platform/Storage/CloudDrive.h"
+#include "Platform/Storage/Files.h"
 #include "Platform/Storage/UserDefaults.h"
 #include "Tests/Support/ManualTime.h"
 
@@ -14,7 +15,7 @@ using Platform::CloudDrive;
 
 namespace {
 
-using Reader = QStringList (*)(const QByteArray &);
+using Reader = QStringList (*)(const QString &);
 
 /// What each client leaves in a home, with "HOME" where the home's path belongs.
 struct Trace
@@ -157,8 +158,8 @@ private Q_SLOTS:
         row("quotes and escapes",
             "[Accounts]\n0\\Folders\\1\\localPath=\"/a, b; \\\"c\\\" \\\\ d=e\"\n"
             "0\\Folders\\2\\localPath=/B\\xfc\" \"cher/\\xd83d\\xde00\n"
-            "0\\Folders\\3\\localPath=/tab\\tend\\101\\",
-            u"/a, b; \"c\" \\ d=e|/B\u00FC cher/\U0001F600|/tab\tendA\\"_s);
+            "0\\Folders\\3\\localPath=/tab\\tend\\101",
+            u"/a, b; \"c\" \\ d=e|/B\u00FC cher/\U0001F600|/tab\tendA"_s);
         row("comments, other sections, other keys",
             "0\\Folders\\1\\localPath=/a\n[Accounts]\n;0\\Folders\\1\\localPath=/b\n"
             "; 0\\Folders\\1\\localPath=/c\n#0\\Folders\\1\\localPath=/d\n"
@@ -185,7 +186,9 @@ private Q_SLOTS:
     {
         QFETCH(Reader, read);
         QFETCH(QByteArray, settings);
-        QTEST(read(settings), "folders");
+        write(u"settings"_s, settings);
+        QTEST(read(in(u"settings"_s)), "folders");
+        QCOMPARE(Platform::Files::read(in(u"settings"_s)), settings);
     }
 };
 
