@@ -107,32 +107,6 @@ bool addsTo(const OnDisk &file, const NoteList &notes, const TombstoneList &tomb
            });
 }
 
-bool isSame(const OnDisk &file, const NoteList &notes, const TombstoneList &tombstones)
-{
-    const auto isOfSameSecond = [](const Note &one, const Note &other) {
-        return inFile(one.lastEditedAt) == inFile(other.lastEditedAt);
-    };
-    if (file.tombstones.size() != tombstones.size() ||
-        !std::ranges::equal(file.notes, notes, isOfSameSecond))
-        return false;
-    QHash<QUuid, const Note *> there;
-    for (const Note &note : file.notes)
-        there.insert(note.id, &note);
-    DeletionTimes deletions;
-    add(deletions, file.tombstones);
-    return std::ranges::all_of(notes,
-                               [&](const Note &note) {
-                                   const Note *other = there.take(note.id);
-                                   return other && isSameEdit(note, *other) &&
-                                          note.isPinned == other->isPinned &&
-                                          inFile(note.createdAt) == inFile(other->createdAt);
-                               }) &&
-           std::ranges::all_of(tombstones, [&](const Tombstone &tombstone) {
-               const auto other = deletions.constFind(tombstone.id);
-               return other != deletions.cend() && inFile(tombstone.deletedAt) == *other;
-           });
-}
-
 bool areAllDeleted(const NoteList &notes, const TombstoneList &tombstones)
 {
     DeletionTimes times;

@@ -35,11 +35,6 @@ enum class WhenEqual {
 [[nodiscard]] bool addsTo(const OnDisk &file, const NoteList &notes,
                           const TombstoneList &tombstones, Instant expiredBefore);
 
-/// Whether a file written with these would say the same, but for the order of notes last edited in
-/// the same second and of tombstones.
-[[nodiscard]] bool isSame(const OnDisk &file, const NoteList &notes,
-                          const TombstoneList &tombstones);
-
 /// Whether each of these notes was deleted after its last edit.
 [[nodiscard]] bool areAllDeleted(const NoteList &notes, const TombstoneList &tombstones);
 

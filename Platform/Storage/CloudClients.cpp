@@ -52,8 +52,9 @@ QStringList nextcloudFolders(const QString &path)
 {
     QSettings settings(path, QSettings::IniFormat);
     settings.beginGroup(u"Accounts"_s);
+    const QStringList keys = settings.allKeys();
     QStringList folders;
-    for (const QString &key : settings.allKeys()) {
+    for (const QString &key : keys) {
         const QString folder = namesFolder(key) ? settings.value(key).toString() : QString();
         if (!folder.isEmpty())
             folders += folder;

@@ -88,6 +88,10 @@ public:
         return Files::names(m_folder) + Files::names(u"/%1/data/Brevio"_s.arg(m_number));
     }
     void signal() { m_watcher.report(); }
+    [[nodiscard]] bool owns(const QString &path) const
+    {
+        return path.startsWith(u"/%1/"_s.arg(m_number));
+    }
 
     /// The client looks at every file once. A half download stays until the next look.
     void sync(Random &random, bool mayTear)
@@ -191,6 +195,10 @@ public:
                     machine->sync(m_random, m_mayTear);
             }
         };
+        MemoryFiles::aboutToRemove = [this](const QString &path) {
+            for (const auto &machine : m_machines)
+                m_losesCopies |= machine->owns(path) && !canDoWithout(path, *machine);
+        };
         const auto onConflict = OnConflict(m_random.below(3));
         const int count = 3 + m_random.below(3);
         for (int i = 0; i < count; ++i) {
@@ -199,12 +207,6 @@ public:
             for (const Note &welcome : m_machines.back()->store().notes())
                 m_lives[welcome.id] = {welcome.createdAt, welcome.createdAt, welcome.body};
         }
-    }
-    ~Schedule()
-    {
-        m_machines.clear();
-        MemoryFiles::failsToWrite = nullptr;
-        MemoryFiles::aboutToReplace = nullptr;
     }
 
     /// What went wrong; nothing when all was well.
@@ -225,6 +227,8 @@ public:
             machine->restart();
         if (!isQuiet || !becomesQuiet())
             return u"the machines go on answering each other"_s;
+        if (m_losesCopies)
+            return u"a copy went before its notes were safe"_s;
         return firstDifference();
     }
 
@@ -320,6 +324,19 @@ private:
         m_queue.advance(span);
     }
 
+    /// Whether the machine's store file, safe from a power cut, has all that this copy could tell.
+    bool canDoWithout(const QString &copy, const Machine &machine)
+    {
+        const auto content = StoreFile::decode(Files::read(copy).value_or(""), {});
+        const auto file = StoreFile::decode(Files::read(machine.storePath()).value_or(""), {});
+        if (!content || !file || !MemoryFiles::files[machine.storePath()].isSynced)
+            return false;
+        const Instant now = machine.clock.now();
+        auto all = NoteMerge::merge(*file, content->notes, content->tombstones, now);
+        std::erase_if(all.notes, [&](const Note &note) { return !m_lives[note.id].isSure; });
+        return !NoteMerge::addsTo(*file, all.notes, all.tombstones, now - 24h * 6);
+    }
+
     /// Syncs until nothing changes; false when that does not end.
     bool becomesQuiet()
     {
@@ -393,6 +410,7 @@ private:
     Random m_random;
     bool m_isLong; ///< weeks, so that notes expire
     bool m_mayTear = true;
+    bool m_losesCopies = false;
     ManualQueue m_queue;
     Folder m_server;
     std::vector<std::unique_ptr<Machine>> m_machines;
