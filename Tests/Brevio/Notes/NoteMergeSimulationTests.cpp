@@ -464,16 +464,47 @@ private Q_SLOTS:
         const auto addsTo = [&](const OnDisk &file, const OnDisk &memory) {
             return NoteMerge::addsTo(file, memory.notes, memory.tombstones, now - 24h);
         };
+        const auto latest = [](const auto &records, const QUuid &id, auto time) {
+            const auto found =
+                std::ranges::find(records, id, &std::decay_t<decltype(records[0])>::id);
+            return found == records.end() ? Instant() : std::invoke(time, *found);
+        };
         for (int round = 0; round < mergeRounds; ++round) {
             const OnDisk a = state(), b = state(), c = state(), both = join(a, b);
             QCOMPARE(join(a, a), a); // in the same order, too
             QCOMPARE(join(a, both), both);
+            for (const QUuid &id : ids) {
+                const Instant edit = std::max(latest(a.notes, id, &Note::lastEditedAt),
+                                              latest(b.notes, id, &Note::lastEditedAt));
+                const Instant deletion = std::max(latest(a.tombstones, id, &Tombstone::deletedAt),
+                                                  latest(b.tombstones, id, &Tombstone::deletedAt));
+                QCOMPARE(latest(both.notes, id, &Note::lastEditedAt),
+                         deletion > edit ? Instant() : edit);
+                QCOMPARE(latest(both.tombstones, id, &Tombstone::deletedAt), deletion);
+            }
             QCOMPARE(content(join(b, a)), content(both));
             QCOMPARE(content(join(both, c)), content(join(a, join(b, c))));
             // A file is written to exactly until it holds all; then nobody has anything to say.
             QCOMPARE(addsTo(a, both), content(a) != content(both));
             QVERIFY(!addsTo(both, join(both, a)) && !addsTo(both, join(both, b)));
         }
+    }
+
+    void tombstonesLiveThirtyDaysAndHideTheirNoteOneLastTime()
+    {
+        constexpr Instant now = sys_days{2025y / March / 14};
+        for (const int lead : {-1, 0, 1}) {
+            const Instant deletedAt = now - 24h * 30 + seconds(lead);
+            const Note note = Note::create(deletedAt - 1s);
+            const auto merged = NoteMerge::merge({3, {note}, {{note.id, deletedAt}}}, {}, {}, now);
+            QVERIFY(merged.notes.empty());
+            QCOMPARE(merged.tombstones.size(), lead > 0 ? 1U : 0U);
+        }
+        // Of two texts of one time the file's stands.
+        const Note file = Note::create(now, u"file"_s);
+        Note memory = file;
+        memory.body = u"memory"_s;
+        QCOMPARE(NoteMerge::merge({3, {file}, {}}, {memory}, {}, now).notes, NoteList{file});
     }
 
     void machinesThatShareAStoreAgreeInTheEndAndLoseNothing()

@@ -231,35 +231,34 @@ private Q_SLOTS:
         QVERIFY2(&store->notes()[1] == place && place->id == id, "the list was copied");
     }
 
-    void theCloudFileIsChosenAndFilledOnce_data()
-    {
-        QTest::addColumn<QString>("chosen"); // the folder, below the test's
-        QTest::newRow("signed out") << u"share/Brevio"_s;
-        QTest::newRow("container") << u"drive/Documents"_s;
-        QTest::newRow("fallback") << u"share/Mobile Documents/org~brevio~Brevio/Documents"_s;
-        QTest::newRow("no fallback") << u"share/Brevio"_s;
-    }
     void theCloudFileIsChosenAndFilledOnce()
     {
-        QFETCH(QString, chosen);
-        const QByteArray row = QTest::currentDataTag();
-        m_drive.signedIn = row != "signed out";
-        if (!row.contains("fallback"))
-            m_drive.root = m_folder->filePath(u"drive"_s);
-        if (row != "no fallback")
-            QVERIFY(QDir().mkpath(m_data + u"/Mobile Documents/org~brevio~Brevio"_s));
-        const Note note = noteAt(m_clock.now() - 1h);
-        putFile({note});
-
-        const QString path = m_folder->filePath(chosen + u"/notes.json"_s);
-        const auto store = makeStore();
-        QCOMPARE(store->notes(), NoteList{note});
-        QCOMPARE(fileAt(path).notes, NoteList{note});
-        store->newNote();
-        m_queue.advance(1s);
-        QCOMPARE(fileAt(path).notes.size(), 2U);
-        QCOMPARE(file().notes.size(), path == m_localFile ? 2U : 1U);
-        QCOMPARE(m_drive.askedFor, m_drive.signedIn ? u"org.brevio.Brevio"_s : QString());
+        struct Row
+        {
+            bool isSignedIn, hasContainer, hasFallback;
+            QString chosen; ///< the folder, below the test's
+        };
+        for (const auto &[isSignedIn, hasContainer, hasFallback, chosen] :
+             {Row{false, true, true, u"share/Brevio"_s},
+              Row{true, true, true, u"drive/Documents"_s},
+              Row{true, false, true, u"share/Mobile Documents/org~brevio~Brevio/Documents"_s},
+              Row{true, false, false, u"share/Brevio"_s}}) {
+            init();
+            m_drive.signedIn = isSignedIn;
+            if (hasContainer)
+                m_drive.root = m_folder->filePath(u"drive"_s);
+            if (hasFallback)
+                QVERIFY(QDir().mkpath(m_data + u"/Mobile Documents/org~brevio~Brevio"_s));
+            putFile({noteAt(m_clock.now() - 1h)});
+            const auto store = makeStore();
+            QCOMPARE(store->notes(), file().notes);
+            store->newNote();
+            m_queue.advance(1s);
+            const QString path = m_folder->filePath(chosen + u"/notes.json"_s);
+            QVERIFY2(fileAt(path).notes == store->notes(), qPrintable(chosen));
+            QCOMPARE(file().notes.size(), path == m_localFile ? 2U : 1U);
+            QCOMPARE(m_drive.askedFor, isSignedIn ? u"org.brevio.Brevio"_s : QString());
+        }
     }
 
     void notesExpireSevenDaysAfterTheyWereCreatedUnlessPinned()
