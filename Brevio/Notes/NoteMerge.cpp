@@ -41,7 +41,7 @@ bool isDeleted(const Note &note, const DeletionTimes &times)
 } // namespace
 
 Merged merge(const OnDisk &file, const NoteList &notes, const TombstoneList &tombstones,
-             Instant now, WhenEqual whenEqual)
+             Instant now, WhenEqual whenEqual, const QSet<QUuid> &ownPins)
 {
     QHash<QUuid, const Note *> onlyInFile;
     onlyInFile.reserve(static_cast<qsizetype>(file.notes.size()));
@@ -56,7 +56,9 @@ Merged merge(const OnDisk &file, const NoteList &notes, const TombstoneList &tom
             other && (whenEqual == WhenEqual::File ? note.lastEditedAt <= other->lastEditedAt
                                                    : note.lastEditedAt < other->lastEditedAt);
         merged.notes.push_back(fileStands ? *other : note);
-        if (other && whenEqual == WhenEqual::File && isSameEdit(note, *other))
+        if (ownPins.contains(note.id))
+            merged.notes.back().isPinned = note.isPinned;
+        else if (other && whenEqual == WhenEqual::File && isSameEdit(note, *other))
             merged.notes.back().isPinned = other->isPinned;
     }
     for (const Note &note : file.notes) {
@@ -102,32 +104,6 @@ bool addsTo(const OnDisk &file, const NoteList &notes, const TombstoneList &tomb
                                }) ||
            std::ranges::any_of(tombstones, [&](const Tombstone &tombstone) {
                return isNews(deletions, tombstone.id, tombstone.deletedAt);
-           });
-}
-
-bool isSame(const OnDisk &file, const NoteList &notes, const TombstoneList &tombstones)
-{
-    const auto isOfSameSecond = [](const Note &one, const Note &other) {
-        return inFile(one.lastEditedAt) == inFile(other.lastEditedAt);
-    };
-    if (file.tombstones.size() != tombstones.size() ||
-        !std::ranges::equal(file.notes, notes, isOfSameSecond))
-        return false;
-    QHash<QUuid, const Note *> there;
-    for (const Note &note : file.notes)
-        there.insert(note.id, &note);
-    DeletionTimes deletions;
-    add(deletions, file.tombstones);
-    return std::ranges::all_of(notes,
-                               [&](const Note &note) {
-                                   const Note *other = there.take(note.id);
-                                   return other && isSameEdit(note, *other) &&
-                                          note.isPinned == other->isPinned &&
-                                          inFile(note.createdAt) == inFile(other->createdAt);
-                               }) &&
-           std::ranges::all_of(tombstones, [&](const Tombstone &tombstone) {
-               const auto other = deletions.constFind(tombstone.id);
-               return other != deletions.cend() && inFile(tombstone.deletedAt) == *other;
            });
 }
 

@@ -2,6 +2,8 @@
 
 #include "Brevio/Notes/StoreFile.h"
 
+#include <QSet>
+
 /// How two versions of the notes become one. Pure functions: what happens to the lists, without
 /// the file and without the announcements. `file` is what was read, the lists are memory's.
 namespace Brevio::NoteMerge {
@@ -20,10 +22,11 @@ enum class WhenEqual {
 };
 
 /// Every note of both sides, of two copies the one edited later, less those deleted after their
-/// last edit. Tombstones older than 30 days hide their notes one last time and are dropped.
+/// last edit. A note of `ownPins` keeps memory's pin. Tombstones older than 30 days hide their
+/// notes one last time and are dropped.
 [[nodiscard]] Merged merge(const OnDisk &file, const NoteList &notes,
                            const TombstoneList &tombstones, Instant now,
-                           WhenEqual whenEqual = WhenEqual::File);
+                           WhenEqual whenEqual = WhenEqual::File, const QSet<QUuid> &ownPins = {});
 
 /// Whether writing these, which the file was merged into, would tell it anything: a note or a
 /// deletion that it lacks, or one of a later second than its own. Never true once a file holds
@@ -31,11 +34,6 @@ enum class WhenEqual {
 /// and were created before `expiredBefore` tell nothing.
 [[nodiscard]] bool addsTo(const OnDisk &file, const NoteList &notes,
                           const TombstoneList &tombstones, Instant expiredBefore);
-
-/// Whether a file written with these would say the same, but for the order of notes last edited in
-/// the same second and of tombstones.
-[[nodiscard]] bool isSame(const OnDisk &file, const NoteList &notes,
-                          const TombstoneList &tombstones);
 
 /// Whether each of these notes was deleted after its last edit.
 [[nodiscard]] bool areAllDeleted(const NoteList &notes, const TombstoneList &tombstones);

@@ -1,16 +1,17 @@
 #pragma once
 
 #include "Brevio/Notes/Note.h"
+#include "Brevio/Notes/NoteStoreFile.h"
+#include "Brevio/Notes/StoreCopies.h"
+#include "Brevio/Notes/StoreLocation.h"
 #include "Platform/Core/MainQueue.h"
 #include "Platform/Core/Observable.h"
 #include "Platform/Storage/CloudDrive.h"
 #include "Platform/Storage/FileWatcher.h"
-#include "Platform/Storage/Files.h"
 
 #include <QSet>
 
 #include <functional>
-#include <map>
 #include <optional>
 
 namespace Brevio {
@@ -86,22 +87,15 @@ public:
     void remoteFileMayHaveChanged();
 
 private:
-    enum class FileState { Unread, Absent, Read };
-    static constexpr std::chrono::seconds noteLife = std::chrono::hours(24 * 7);
-
-    void resolveLocation();
-    [[nodiscard]] QString cloudContainer() const;
     void startWatching();
     void reload();
-    [[nodiscard]] bool load();
+    NoteStoreFile::Look load();
     bool takeInCopies();
     void adopt(NoteList merged);
     void save();
     [[nodiscard]] bool isReadyToWrite();
     [[nodiscard]] bool takesBackNotesOfFile();
-    [[nodiscard]] bool isInPlace(const QByteArray &bytes) const;
     [[nodiscard]] Platform::Files::Replacement write();
-    void removeCopies();
     void keepAside();
     void scheduleSave();
     Identifier insertWelcomeNote();
@@ -109,20 +103,13 @@ private:
     void rewrite(const Identifier &id, Change &&change);
 
     Environment m_environment;
+    StoreLocation m_location;
+    NoteStoreFile m_file;
+    StoreCopies m_copies;
     Platform::Observable<NoteList> m_notes;
     Platform::Announcer<> m_merged;
     TombstoneList m_tombstones;
     std::optional<Identifier> m_welcomeID;
-    QString m_localFolder;
-    QString m_path;
-    QString m_unsavedPath;
-    bool m_usesCloud = false;
-    FileState m_fileState = FileState::Unread;
-    /// The file last read or written; nothing when there was none or it is not known.
-    std::optional<Platform::Files::Identity> m_knownFile;
-    bool m_isFromOthers = false; ///< that file was read, not written by this store
-    /// Files beside the store whose notes memory holds; they go once the store file holds them.
-    std::map<QString, Platform::Files::Identity> m_copies;
     QSet<Identifier> m_unsavedPins; ///< pins toggled since the last save; a pin has no time
     Platform::Subscription m_saveSubscription;
     Platform::MainQueue::Pending m_pendingSave;

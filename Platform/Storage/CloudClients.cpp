@@ -1,7 +1,10 @@
 #include "Platform/Storage/CloudClients.h"
 
+#include "Platform/Storage/Files.h"
+
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QSettings>
 #include <QXmlStreamReader>
 
 namespace Platform::CloudClients {
@@ -10,54 +13,10 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr int octal = 8;
-constexpr int hexadecimal = 16;
-
-/// The number written from `at` on, and past it.
-QChar numberedCharacter(QStringView text, qsizetype &at, int base)
-{
-    uint value = 0;
-    for (bool isDigit = true; at < text.size(); ++at) {
-        const uint digit = text.mid(at, 1).toUInt(&isDigit, base);
-        if (!isDigit)
-            break;
-        value = value * static_cast<uint>(base) + digit;
-    }
-    return QChar(static_cast<char16_t>(value));
-}
-
-/// A value as Qt's settings write it: perhaps quoted, and with C's escapes. After \x come as many
-/// hexadecimal digits as there are.
-QString iniValue(QStringView written)
-{
-    constexpr QStringView letters = u"abfnrtv";
-    constexpr QStringView controls = u"\a\b\f\n\r\t\v";
-    QString value;
-    for (qsizetype at = 0; at < written.size();) {
-        const QChar character = written[at++];
-        if (character == u'"')
-            continue;
-        if (character != u'\\' || at == written.size()) {
-            value += character;
-            continue;
-        }
-        const QChar escape = written[at++];
-        if (escape == u'x') {
-            value += numberedCharacter(written, at, hexadecimal);
-        } else if (escape >= u'0' && escape <= u'7') {
-            value += numberedCharacter(written, --at, octal);
-        } else {
-            const auto letter = letters.indexOf(escape);
-            value += letter < 0 ? escape : controls[letter];
-        }
-    }
-    return value;
-}
-
-/// Such as 0\Folders\1\localPath.
+/// Such as 0/Folders/1/localPath.
 bool namesFolder(QStringView key)
 {
-    const auto parts = key.split(u'\\');
+    const auto parts = key.split(u'/');
     return parts.size() >= 4 && parts.back() == u"localPath" && !parts[0].isEmpty() &&
            parts[0].front().isLetterOrNumber() &&
            (parts[1] == u"Folders" || parts[1] == u"FoldersWithPlaceholders" ||
@@ -89,27 +48,23 @@ QString syncedPath(QXmlStreamReader &xml)
 
 } // namespace
 
-QStringList nextcloudFolders(const QByteArray &settings)
+QStringList nextcloudFolders(const QString &path)
 {
-    const QString text = QString::fromUtf8(settings); // which passes over a byte order mark
+    QSettings settings(path, QSettings::IniFormat);
+    settings.beginGroup(u"Accounts"_s);
+    const QStringList keys = settings.allKeys();
     QStringList folders;
-    bool isInAccounts = false;
-    for (const QStringView line : QStringView(text).split(u'\n')) {
-        const QStringView content = line.trimmed();
-        if (content.startsWith(u'['))
-            isInAccounts = content == u"[Accounts]";
-        const auto equals = content.indexOf(u'=');
-        if (!isInAccounts || equals < 0 || !namesFolder(content.left(equals).trimmed()))
-            continue;
-        const QString folder = iniValue(content.mid(equals + 1).trimmed());
+    for (const QString &key : keys) {
+        const QString folder = namesFolder(key) ? settings.value(key).toString() : QString();
         if (!folder.isEmpty())
             folders += folder;
     }
     return folders;
 }
 
-QStringList dropboxFolders(const QByteArray &settings)
+QStringList dropboxFolders(const QString &path)
 {
+    const auto settings = Files::read(path).value_or(QByteArray());
     const QJsonObject accounts = QJsonDocument::fromJson(settings).object();
     QStringList folders;
     for (const auto account : {"personal"_L1, "business"_L1}) {
@@ -120,9 +75,9 @@ QStringList dropboxFolders(const QByteArray &settings)
     return folders;
 }
 
-QStringList syncthingFolders(const QByteArray &settings)
+QStringList syncthingFolders(const QString &path)
 {
-    QXmlStreamReader xml(settings);
+    QXmlStreamReader xml(Files::read(path).value_or(QByteArray()));
     QStringList folders;
     if (!xml.readNextStartElement() || xml.name() != "configuration"_L1)
         return folders;

@@ -1,7 +1,6 @@
 #include "Platform/Storage/CloudDrive.h"
 
 #include "Platform/Storage/CloudClients.h"
-#include "Platform/Storage/Files.h"
 #include "Platform/Storage/Folders.h"
 #include "Platform/Storage/UserDefaults.h"
 
@@ -32,7 +31,7 @@ struct Client
 {
     QString Places::*place;
     const char *file; ///< below that place
-    QStringList (*folders)(const QByteArray &settings);
+    QStringList (*folders)(const QString &path);
 };
 
 // In the order in which they are asked. Syncthing goes on using an older place where it has one.
@@ -51,17 +50,18 @@ constexpr Client clients[] = {
     {&Places::home, ".local/state/syncthing/config.xml", CloudClients::syncthingFolders},
 };
 
-/// Without a word in the log for what is not there: nobody has all of these clients.
-std::optional<QByteArray> readSettings(const QString &path)
+/// Whether reading it neither waits, as for a pipe, nor takes long. Without a word in the log for
+/// what is not there: nobody has all of these clients.
+bool isSettingsFile(const QString &path)
 {
     struct stat info
     {};
     if (::stat(QFile::encodeName(path).constData(), &info) != 0)
-        return std::nullopt;
+        return false;
     if (S_ISREG(info.st_mode) && info.st_size <= largestSettings)
-        return Files::read(path);
+        return true;
     qCWarning(cloudLog) << "is no settings file of a synchronising program:" << path;
-    return std::nullopt;
+    return false;
 }
 
 bool isWritableFolder(const QString &path)
@@ -129,10 +129,10 @@ private:
         const QString &place = m_places.*client.place;
         if (place.isEmpty())
             return {};
-        const auto settings = readSettings(place + u'/' + QLatin1String(client.file));
-        if (!settings)
+        const QString settings = place + u'/' + QLatin1String(client.file);
+        if (!isSettingsFile(settings))
             return {};
-        for (const QString &name : client.folders(*settings)) {
+        for (const QString &name : client.folders(settings)) {
             const QString path = absolute(name, m_places.home);
             if (!path.isEmpty() && isWritableFolder(path))
                 return path;

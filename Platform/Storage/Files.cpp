@@ -2,6 +2,7 @@
 
 #include "Platform/Core/Descriptor.h"
 
+#include <QDateTime>
 #include <QDir>
 #include <QFile>
 #include <QLoggingCategory>
@@ -265,8 +266,11 @@ bool copy(const QString &from, const QString &to)
     return bytes && write(to, *bytes, IfThere::Fail) == Replacement::Done;
 }
 
-bool setAside(const QString &path, const QString &suffix)
+bool setAsideUnreadable(const QString &path, Instant now)
 {
+    const auto seconds = std::chrono::floor<std::chrono::seconds>(now).time_since_epoch().count();
+    const auto time = QDateTime::fromSecsSinceEpoch(seconds, Qt::UTC);
+    const QString suffix = time.toString(QStringLiteral("'.unreadable-'yyyyMMdd-hhmmss"));
     const QByteArray target = linkTarget(path);
     struct stat info
     {};

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Platform/Core/Clock.h"
+
 #include <QByteArray>
 #include <QString>
 #include <QStringList>
@@ -63,9 +65,10 @@ enum class Replacement {
 /// and never over a file that appeared there meanwhile. The copy is private to the user.
 [[nodiscard]] bool copy(const QString &from, const QString &to);
 
-/// Moves a regular file out of the way, to its own name with the suffix added. A symbolic link
-/// stays and its target moves. False, with nothing moved, when the new name is taken.
-[[nodiscard]] bool setAside(const QString &path, const QString &suffix);
+/// Moves a regular file that cannot be read out of the way, so that its bytes are kept: to its own
+/// name with ".unreadable-" and this moment of UTC, to the second, added. A symbolic link stays and
+/// its target moves. False, with nothing moved, when the new name is taken.
+[[nodiscard]] bool setAsideUnreadable(const QString &path, Instant now);
 
 /// Removes a file, or a symbolic link and not its target, for good: the folder is synced. True
 /// when there is nothing of that name afterwards; a folder stays.

@@ -1,9 +1,9 @@
 #include "Platform/Storage/UserDefaults.h"
 
+#include "Platform/Core/Clock.h"
 #include "Platform/Storage/Files.h"
 #include "Platform/Storage/Folders.h"
 
-#include <QDateTime>
 #include <QFileInfo>
 #include <QJsonDocument>
 
@@ -68,9 +68,7 @@ void UserDefaults::flush()
     m_lastFlush = m_queue.now();
     (void)Files::makeFolder(QFileInfo(m_path).path()); // a failure shows in the write
     if (m_setAsideFirst) {
-        const auto suffix = QDateTime::currentDateTimeUtc().toString(
-            QStringLiteral("'.unreadable-'yyyyMMdd-hhmmss"));
-        if (Files::exists(m_path) && !Files::setAside(m_path, suffix))
+        if (Files::exists(m_path) && !Files::setAsideUnreadable(m_path, Clock::system().now()))
             return;
         m_setAsideFirst = false;
     }

@@ -14,15 +14,16 @@ namespace MemoryFiles {
 struct File
 {
     QByteArray bytes;
-    qint64 state = 0; ///< another one after each write
+    qint64 state = 0;      ///< another one after each write
+    bool isSynced = false; ///< a power cut leaves it
 };
 
 inline std::map<QString, File> files;
 inline qint64 lastState = 0;
-/// Whether writing to this path fails, as on a full disk.
+/// To be set before the first call. Whether writing to this path fails, as on a full disk.
 inline std::function<bool(const QString &)> failsToWrite;
-/// Called just before the last look at a known file that is to be replaced.
-inline std::function<void(const QString &)> aboutToReplace;
+/// Called just before the last look at a known file that is to be replaced, and before a removal.
+inline std::function<void(const QString &)> aboutToReplace, aboutToRemove;
 
 inline void put(const QString &path, const QByteArray &bytes)
 {
@@ -52,30 +53,29 @@ bool exists(const QString &path)
     return MemoryFiles::files.contains(path);
 }
 
+bool sync(const QString &path)
+{
+    return exists(path) && (MemoryFiles::files[path].isSynced = true);
+}
+
 bool replaceAtomically(const QString &path, const QByteArray &bytes)
 {
-    if (MemoryFiles::failsToWrite && MemoryFiles::failsToWrite(path))
+    if (MemoryFiles::failsToWrite(path))
         return false;
     MemoryFiles::put(path, bytes);
-    return true;
+    return sync(path);
 }
 
 Replacement replaceKnown(const QString &path, const QByteArray &bytes,
                          std::optional<Identity> &known)
 {
-    if (MemoryFiles::aboutToReplace)
-        MemoryFiles::aboutToReplace(path);
+    MemoryFiles::aboutToReplace(path);
     if (identity(path) != known)
         return Replacement::Refused;
     if (!replaceAtomically(path, bytes))
         return Replacement::Failed;
     known = identity(path);
     return Replacement::Done;
-}
-
-bool sync(const QString &path)
-{
-    return exists(path);
 }
 
 QStringList names(const QString &folder)
@@ -94,16 +94,14 @@ bool copy(const QString &from, const QString &to)
     return bytes && !exists(to) && replaceAtomically(to, *bytes);
 }
 
-bool setAside(const QString &path, const QString &suffix)
+bool setAsideUnreadable(const QString &path, Instant)
 {
-    if (!copy(path, path + suffix))
-        return false;
-    MemoryFiles::files.erase(path);
-    return true;
+    return copy(path, path + QStringLiteral(".unreadable")) && MemoryFiles::files.erase(path) > 0;
 }
 
 bool remove(const QString &path)
 {
+    MemoryFiles::aboutToRemove(path);
     MemoryFiles::files.erase(path);
     return true;
 }

@@ -40,6 +40,7 @@ class NoteStoreTests final : public QObject
     QString m_data;
     QString m_localFile;
     QString m_cloudFile;
+    const QString m_conflict = u" (conflicted copy 2024-01-02 101112)"_s;
 
     std::unique_ptr<NoteStore> makeStore()
     {
@@ -53,26 +54,34 @@ class NoteStoreTests final : public QObject
         putCloudFile(notes);
         return makeStore();
     }
+    static void put(const QString &path, const QByteArray &bytes)
+    {
+        QVERIFY(Files::makeFolder(QFileInfo(path).path()));
+        QVERIFY(Files::replaceAtomically(path, bytes));
+    }
+    static void put(const QString &path, const NoteList &notes)
+    {
+        put(path, StoreFile::encode(notes, {}));
+    }
+    void putFile(const NoteList &notes) { put(m_localFile, notes); }
     /// What another machine wrote has come; nothing tells of it.
-    void putCloudFile(const NoteList &notes) { putFile(m_cloudFile, StoreFile::encode(notes, {})); }
+    void putCloudFile(const NoteList &notes) { put(m_cloudFile, notes); }
+    void reportFor(milliseconds span)
+    {
+        m_watcher.report();
+        m_queue.advance(span);
+    }
+    [[nodiscard]] OnDisk file() const { return fileAt(m_localFile); }
+    [[nodiscard]] OnDisk fileAt(const QString &path) const
+    {
+        return StoreFile::decode(Files::read(path).value_or(""), m_clock.now())
+            .value_or(OnDisk{-1, {}, {}});
+    }
     [[nodiscard]] static QStringList besides(const QString &file)
     {
         QStringList names = Files::names(QFileInfo(file).path());
         names.removeOne(u"notes.json"_s);
         return names;
-    }
-    void putFile(const NoteList &notes) { putFile(m_localFile, StoreFile::encode(notes, {})); }
-    static void putFile(const QString &path, const QByteArray &bytes)
-    {
-        QVERIFY(Files::makeFolder(QFileInfo(path).path()));
-        QVERIFY(Files::replaceAtomically(path, bytes));
-    }
-    OnDisk file() { return fileAt(m_localFile); }
-    OnDisk fileAt(const QString &path)
-    {
-        const auto content =
-            StoreFile::decode(Files::read(path).value_or(QByteArray()), m_clock.now());
-        return content.value_or(OnDisk{-1, {}, {}});
     }
 
 private Q_SLOTS:
@@ -105,7 +114,7 @@ private Q_SLOTS:
     {
         for (const QByteArray bytes :
              {"{\"notes\":[{\"body\":\"precious", "", R"({"notes":[{},{"id":"x"}]})"}) {
-            putFile(m_localFile, bytes);
+            put(m_localFile, bytes);
             const auto store = makeStore();
             const auto id = store->newNote();
             m_queue.advance(1s);
@@ -127,13 +136,50 @@ private Q_SLOTS:
     {
         putFile({noteAt(m_clock.now())});
         const auto store = makeStore();
-        putFile(m_localFile, "damaged");
+        put(m_localFile, "damaged");
         store->deleteNote(store->notes()[0].id);
         m_queue.advance(400ms);
         QCOMPARE(file().notes, store->notes());
         const QStringList kept = besides(m_localFile);
         QCOMPARE(kept.size(), 1);
         QCOMPARE(Files::read(m_data + u"/Brevio/"_s + kept[0]), "damaged"_ba);
+    }
+
+    void unsavedNotesThatWereNotReadAreSetAsideOrStay()
+    {
+        const QString unsaved = m_data + u"/Brevio/notes.unsaved.json"_s;
+        put(m_localFile, "{");
+        put(unsaved, "[]");
+        const auto store = makeStore();
+        store->newNote();
+        m_queue.advance(1s);
+        QCOMPARE(Files::read(unsaved + u".unreadable-20250314-090000"_s), "[]");
+        QCOMPARE(fileAt(unsaved).notes, store->notes());
+        put(unsaved, "new, and the dated name is taken");
+        store->newNote();
+        m_queue.advance(1s);
+        QCOMPARE(Files::read(unsaved), "new, and the dated name is taken");
+    }
+
+    void aDeletionIsKnownBeforeItIsToldAndWhoIsToldMayDelete()
+    {
+        const Note note = noteAt(m_clock.now());
+        putFile({note});
+        const auto local = makeStore();
+        const auto flushing = local->onChange([&](const NoteList &) { local->flush(); });
+        local->deleteNote(note.id);
+        QVERIFY(local->notes().empty() && file().notes.empty());
+        QCOMPARE(file().tombstones.size(), 1U);
+
+        const auto store = makeCloudStore({});
+        const auto deleting = store->onMerge([&] { store->deleteNote(store->notes()[0].id); });
+        const QString copy = QFileInfo(m_cloudFile).path() + u"/notes"_s + m_conflict + u".json"_s;
+        for (const QString &path : {m_cloudFile, copy}) {
+            put(path, NoteList{noteAt(m_clock.now())});
+            reportFor(2s);
+            QVERIFY2(fileAt(m_cloudFile).notes.empty(), qPrintable(path));
+            QCOMPARE(fileAt(m_cloudFile).tombstones.size(), path == copy ? 2U : 1U);
+        }
     }
 
     void aBurstOfEditsIsWrittenOnceAfterItsLast()
@@ -185,35 +231,34 @@ private Q_SLOTS:
         QVERIFY2(&store->notes()[1] == place && place->id == id, "the list was copied");
     }
 
-    void theCloudFileIsChosenAndFilledOnce_data()
-    {
-        QTest::addColumn<QString>("chosen"); // the folder, below the test's
-        QTest::newRow("signed out") << u"share/Brevio"_s;
-        QTest::newRow("container") << u"drive/Documents"_s;
-        QTest::newRow("fallback") << u"share/Mobile Documents/org~brevio~Brevio/Documents"_s;
-        QTest::newRow("no fallback") << u"share/Brevio"_s;
-    }
     void theCloudFileIsChosenAndFilledOnce()
     {
-        QFETCH(QString, chosen);
-        const QByteArray row = QTest::currentDataTag();
-        m_drive.signedIn = row != "signed out";
-        if (!row.contains("fallback"))
-            m_drive.root = m_folder->filePath(u"drive"_s);
-        if (row != "no fallback")
-            QVERIFY(QDir().mkpath(m_data + u"/Mobile Documents/org~brevio~Brevio"_s));
-        const Note note = noteAt(m_clock.now() - 1h);
-        putFile({note});
-
-        const QString path = m_folder->filePath(chosen + u"/notes.json"_s);
-        const auto store = makeStore();
-        QCOMPARE(store->notes(), NoteList{note});
-        QCOMPARE(fileAt(path).notes, NoteList{note});
-        store->newNote();
-        m_queue.advance(1s);
-        QCOMPARE(fileAt(path).notes.size(), 2U);
-        QCOMPARE(file().notes.size(), path == m_localFile ? 2U : 1U);
-        QCOMPARE(m_drive.askedFor, m_drive.signedIn ? u"org.brevio.Brevio"_s : QString());
+        struct Row
+        {
+            bool isSignedIn, hasContainer, hasFallback;
+            QString chosen; ///< the folder, below the test's
+        };
+        for (const auto &[isSignedIn, hasContainer, hasFallback, chosen] :
+             {Row{false, true, true, u"share/Brevio"_s},
+              Row{true, true, true, u"drive/Documents"_s},
+              Row{true, false, true, u"share/Mobile Documents/org~brevio~Brevio/Documents"_s},
+              Row{true, false, false, u"share/Brevio"_s}}) {
+            init();
+            m_drive.signedIn = isSignedIn;
+            if (hasContainer)
+                m_drive.root = m_folder->filePath(u"drive"_s);
+            if (hasFallback)
+                QVERIFY(QDir().mkpath(m_data + u"/Mobile Documents/org~brevio~Brevio"_s));
+            putFile({noteAt(m_clock.now() - 1h)});
+            const auto store = makeStore();
+            QCOMPARE(store->notes(), file().notes);
+            store->newNote();
+            m_queue.advance(1s);
+            const QString path = m_folder->filePath(chosen + u"/notes.json"_s);
+            QVERIFY2(fileAt(path).notes == store->notes(), qPrintable(chosen));
+            QCOMPARE(file().notes.size(), path == m_localFile ? 2U : 1U);
+            QCOMPARE(m_drive.askedFor, isSignedIn ? u"org.brevio.Brevio"_s : QString());
+        }
     }
 
     void notesExpireSevenDaysAfterTheyWereCreatedUnlessPinned()
@@ -246,33 +291,61 @@ private Q_SLOTS:
         const Note mine = noteAt(m_clock.now() - 2h), theirs = noteAt(m_clock.now() - 1h);
         store = makeCloudStore({mine});
         QCOMPARE(m_watcher.folder, QFileInfo(m_cloudFile).path());
-        QVERIFY(m_watcher.passes(u"notes.json"_s));
-        QVERIFY(m_watcher.passes(u"notes (conflicted copy 2024-01-02 101112).json"_s));
-        QVERIFY(!m_watcher.passes(u".~notes.json.brevio"_s));
         int changes = 0;
         const auto subscription = store->onChange([&](const NoteList &) { ++changes; });
         putCloudFile({mine, theirs});
         m_watcher.report();
-        m_watcher.report();
-        m_queue.advance(1s);
+        reportFor(1s);
         QCOMPARE(store->notes(), (NoteList{theirs, mine}));
         QCOMPARE(changes, 1);
         QVERIFY2(m_queue.pendingJobs() == 0, "nothing was written: the file holds all there is");
+        const Note one = noteAt(m_clock.now()), other = noteAt(m_clock.now());
+        putCloudFile({one, theirs, mine});
+        reportFor(1s);
+        putCloudFile({other, one, theirs, mine}); // the order of one second is each machine's own
+        const auto bytes = Files::read(m_cloudFile);
+        reportFor(1s);
+        QCOMPARE(store->notes().size(), 4U);
+        QCOMPARE(Files::read(m_cloudFile), bytes);
 
         // Within half a second of a write of our own nothing is looked at, and then all is.
         store->deleteNote(mine.id);
         m_queue.advance(400ms);
         m_queue.advance(499ms);
         putCloudFile({noteAt(m_clock.now())});
-        m_watcher.report();
-        m_queue.runPosted();
-        QCOMPARE(store->notes(), NoteList{theirs});
+        reportFor(0ms);
+        QCOMPARE(store->notes().size(), 3U);
         m_queue.advance(1ms);
-        QCOMPARE(store->notes().size(), 2U);
+        QCOMPARE(store->notes().size(), 4U);
         m_queue.advance(1s);
         QCOMPARE(fileAt(m_cloudFile).notes, store->notes());
         store.reset();
         QVERIFY(!m_watcher.isWatching());
+    }
+
+    void theNamesThatClientsGiveAreToldFromThoseOfPeople()
+    {
+        const auto store = makeCloudStore({});
+        for (const QString &name :
+             {u"notes.json"_s, u"notes"_s + m_conflict + u".json"_s,
+              u"notes_conflict-20240102-101112.json"_s,
+              u"notes_conflict_ann-20240102-101112.json"_s,
+              u"notes (Ann's conflicted copy 2024-01-02 (1)).json"_s,
+              u"notes (In Konflikt stehende Kopie von Jürgen 2024-01-02).json"_s,
+              u"notes (Ann の競合コピー 2024-01-02).json"_s,
+              u"notes.sync-conflict-20240102-101112-ABCDEF7.json"_s,
+              u"notes.sync-conflict-20240102-101112.json"_s,
+              u"Notes (SFConflict ann@example.org 2024-01-02-10-11-12).JSON"_s,
+              u"notes (conflicted copy 2024-01-02) (Ann's conflicted copy 2024-01-03).json"_s})
+            QVERIFY2(m_watcher.passes(name), qPrintable(name));
+        for (const QString &name :
+             {u".~notes.json.brevio"_s, u"notes (2024-01-02).json"_s,
+              u"notes (conflicted copy).json"_s, u"notes-conflict.json"_s,
+              u"notes.sync-conflict.json"_s, u"my notes"_s + m_conflict + u".json"_s,
+              u".syncthing.notes.sync-conflict-20240102-101112-ABCDEF7.json.tmp"_s,
+              u"notes (conflicted copy 2024-01-02 101112).json\n"_s,
+              u"notes/x (conflicted copy 2024-01-02 101112).json"_s})
+            QVERIFY2(!m_watcher.passes(name), qPrintable(name));
     }
 
     void theNotesOutliveASyncedFileThatIsDamagedOrGone()
@@ -280,10 +353,9 @@ private Q_SLOTS:
         for (const bool isGone : {false, true}) {
             const Note mine = noteAt(m_clock.now());
             const auto store = makeCloudStore({mine});
-            putFile(m_cloudFile, "{");
+            put(m_cloudFile, "{");
             QVERIFY(!isGone || QFile::remove(m_cloudFile));
-            m_watcher.report();
-            m_queue.runPosted();
+            reportFor(0ms);
             QVERIFY2(makeStore()->note(mine.id), "after a crash");
         }
     }
@@ -293,18 +365,17 @@ private Q_SLOTS:
         const Note mine = noteAt(m_clock.now() - 2h), theirs = noteAt(m_clock.now() - 1h);
         const Note later = noteAt(m_clock.now());
         const QString folder = QFileInfo(m_cloudFile).path() + u'/';
-        const QString copy = folder + u"notes (conflicted copy 2024-01-02 101112).json"_s;
+        const QString copy = folder + u"notes"_s + m_conflict + u".json"_s;
         const QStringList others{u"notes (1).json"_s,
                                  u"notes.sync-conflict-20240102-101112-ABCDEF7.json"_s};
-        putFile(copy, StoreFile::encode({theirs}, {}));
-        putFile(folder + u"notes (conflicted copy 2024-01-03 101112).json"_s,
-                StoreFile::encode({}, {}));
-        putFile(folder + others[0], StoreFile::encode({noteAt(m_clock.now())}, {}));
-        putFile(folder + others[1], "{\"shopping\":[]}");
+        put(copy, NoteList{theirs});
+        put(folder + u"notes (conflicted copy 2024-01-03 101112).json"_s, NoteList{});
+        put(folder + others[0], NoteList{noteAt(m_clock.now())});
+        put(folder + others[1], "{\"shopping\":[]}");
         const auto store = makeCloudStore({mine});
         QCOMPARE(store->notes(), (NoteList{theirs, mine}));
         // Written to again, and not noticed before the copy would go.
-        putFile(copy, StoreFile::encode({theirs, later}, {}));
+        put(copy, NoteList{theirs, later});
         m_queue.advance(2s);
         QCOMPARE(fileAt(m_cloudFile).notes, (NoteList{later, theirs, mine}));
         QCOMPARE(besides(m_cloudFile), others);
@@ -319,15 +390,13 @@ private Q_SLOTS:
         auto notes = fileAt(m_cloudFile).notes;
         notes.at(0).isPinned = true;
         putCloudFile(notes);
-        m_watcher.report();
-        m_queue.runPosted();
+        reportFor(0ms);
         QVERIFY(store->note(id)->isPinned);
         // And ours, not saved yet, stands against a file that does not know it.
         store->togglePin(id);
         notes.push_back(noteAt(m_clock.now() - 1h));
         putCloudFile(notes);
-        m_watcher.report();
-        m_queue.advance(1s);
+        reportFor(1s);
         QVERIFY(!store->note(id)->isPinned && !fileAt(m_cloudFile).notes.at(0).isPinned);
     }
 
@@ -340,7 +409,7 @@ private Q_SLOTS:
         m_queue.advance(1s);
         QVERIFY2(m_queue.pendingJobs() == 0, "nothing is tried again while nothing changes");
         const Note precious = noteAt(m_clock.now() - 1h);
-        putFile(drive + u"/notes.json"_s, StoreFile::encode({precious}, {}));
+        put(drive + u"/notes.json"_s, NoteList{precious});
         store->newNote();
         m_queue.advance(400ms);
         QCOMPARE(file().notes.size(), 3U);

@@ -1,5 +1,6 @@
 #include "Platform/Storage/CloudClients.h"
 #include "Platform/Storage/CloudDrive.h"
+#include "Platform/Storage/Files.h"
 #include "Platform/Storage/UserDefaults.h"
 #include "Tests/Support/ManualTime.h"
 
@@ -14,7 +15,7 @@ using Platform::CloudDrive;
 
 namespace {
 
-using Reader = QStringList (*)(const QByteArray &);
+using Reader = QStringList (*)(const QString &);
 
 /// What each client leaves in a home, with "HOME" where the home's path belongs.
 struct Trace
@@ -146,19 +147,13 @@ private Q_SLOTS:
         const auto row = [&](const char *name, const QByteArray &settings, const QString &folders) {
             QTest::newRow(name) << reader << settings << folders.split(u'|', Qt::SkipEmptyParts);
         };
-        row("several accounts and kinds, one paused",
-            "[Accounts]\n0\\Folders\\1\\localPath=/a\n0\\Folders\\1\\paused=true\n"
-            "0\\Multifolders\\2\\localPath=/b\n1\\FoldersWithPlaceholders\\1\\localPath=/c\n"
+        row("several accounts and kinds, one paused, quotes, escapes, UTF-8 with its mark",
+            "\xEF\xBB\xBF[Accounts]\r\n 0\\Folders\\1\\localPath = /a \xC3\xBC/ \r\n"
+            "0\\Folders\\1\\paused=true\n0\\Folders\\2\\localPath=/B\\xfc\" \"c/\\xd83d\\xde00\n"
+            "0\\Multifolders\\2\\localPath=\"/b, c; \\\"d\\\" \\\\ e=f\"\n"
+            "1\\FoldersWithPlaceholders\\1\\localPath=/tab\\tend\\101\n"
             "abc-1\\Folders\\Docs%2FWork\\localPath=/d\n",
-            u"/a|/b|/c|/d"_s);
-        row("mark, blanks, plain UTF-8",
-            "\xEF\xBB\xBF[Accounts]\r\n 0\\Folders\\1\\localPath = /a \xC3\xBC/ \r\n",
-            u"/a \u00FC/"_s);
-        row("quotes and escapes",
-            "[Accounts]\n0\\Folders\\1\\localPath=\"/a, b; \\\"c\\\" \\\\ d=e\"\n"
-            "0\\Folders\\2\\localPath=/B\\xfc\" \"cher/\\xd83d\\xde00\n"
-            "0\\Folders\\3\\localPath=/tab\\tend\\101\\",
-            u"/a, b; \"c\" \\ d=e|/B\u00FC cher/\U0001F600|/tab\tendA\\"_s);
+            u"/a \u00FC/|/B\u00FC c/\U0001F600|/b, c; \"d\" \\ e=f|/tab\tendA|/d"_s);
         row("comments, other sections, other keys",
             "0\\Folders\\1\\localPath=/a\n[Accounts]\n;0\\Folders\\1\\localPath=/b\n"
             "; 0\\Folders\\1\\localPath=/c\n#0\\Folders\\1\\localPath=/d\n"
@@ -185,7 +180,9 @@ private Q_SLOTS:
     {
         QFETCH(Reader, read);
         QFETCH(QByteArray, settings);
-        QTEST(read(settings), "folders");
+        write(u"settings"_s, settings);
+        QTEST(read(in(u"settings"_s)), "folders");
+        QCOMPARE(Platform::Files::read(in(u"settings"_s)), settings);
     }
 };
 
