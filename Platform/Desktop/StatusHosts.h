@@ -1,6 +1,7 @@
 #pragma once
 
-#include <QAbstractNativeEventFilter>
+#include "Platform/Core/Observable.h"
+
 #include <QObject>
 
 #include <cstdint>
@@ -11,10 +12,12 @@ class QDBusPendingCallWatcher;
 
 namespace Platform {
 
+struct X11Event;
+
 /// Whether the desktop has a place for status items: a StatusNotifier watcher that a panel has
 /// joined, or an X system tray. Told by the bus and the X server; asks nobody again and again, and
 /// waits for no answer of theirs. Needs the application. Main thread only.
-class StatusHosts final : public QObject, private QAbstractNativeEventFilter
+class StatusHosts final : public QObject
 {
     Q_OBJECT
 
@@ -33,7 +36,7 @@ private Q_SLOTS:
     void askWatcher();
 
 private:
-    bool nativeEventFilter(const QByteArray &type, void *message, qintptr *result) override;
+    void noticeTray(const X11Event &event);
     void watchBus();
     void setNotifier(bool isThere);
     void findTray();
@@ -43,6 +46,7 @@ private:
     std::uint32_t m_tray = 0;          ///< The tray's window; none where there is no tray or no X.
     std::unique_ptr<QDBusPendingCallWatcher> m_question;
     bool m_isAnnouncing = false;
+    Subscription m_xEvents;
 };
 
 } // namespace Platform
