@@ -12,9 +12,9 @@
 
 namespace Platform {
 
-/// Runs jobs one after the other on a thread of its own, which exists only while it is used: it ends
-/// ten minutes after its last job, or when told, and the next job starts another. Nothing but the
-/// destruction waits for it. Main thread only, but for what says otherwise.
+/// Runs jobs one after the other on a thread of its own, which exists only while it is used: it
+/// ends ten minutes after its last job, or when told, and the next job starts another. Nothing but
+/// the destruction waits for it. Main thread only, but for what says otherwise.
 class IdleWorker final
 {
 public:

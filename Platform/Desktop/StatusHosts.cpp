@@ -1,5 +1,6 @@
 #include "Platform/Desktop/StatusHosts.h"
 
+#include "Platform/Core/PendingCall.h"
 #include "Platform/Core/SessionBus.h"
 #include "Platform/Core/X11Events.h"
 #include "Platform/Screen/X11.h"
@@ -7,8 +8,7 @@
 #include <QCoreApplication>
 #include <QDBusConnection>
 #include <QDBusMessage>
-#include <QDBusPendingCallWatcher>
-#include <QDBusPendingReply>
+#include <QDBusReply>
 #include <QDBusServiceWatcher>
 #include <QDBusVariant>
 #include <QLoggingCategory>
@@ -40,8 +40,6 @@ StatusHosts::StatusHosts()
     watchBus();
 }
 
-StatusHosts::~StatusHosts() = default;
-
 bool StatusHosts::isAny() const
 {
     // Which kind is used is settled by the first icon, so the newer kind is waited for.
@@ -71,18 +69,12 @@ void StatusHosts::watchBus()
 
 void StatusHosts::askWatcher()
 {
-    auto question = QDBusMessage::createMethodCall(
-        watcherName, watcherPath, QStringLiteral("org.freedesktop.DBus.Properties"),
-        QStringLiteral("Get"));
-    question << watcherName << hostProperty;
+    auto question = propertyCall(watcherName, watcherPath, watcherName, hostProperty);
     question.setAutoStartService(false);
-    m_question = std::make_unique<QDBusPendingCallWatcher>(
-        QDBusConnection::sessionBus().asyncCall(question));
-    connect(m_question.get(), &QDBusPendingCallWatcher::finished, this, [this] {
-        const QDBusPendingReply<QDBusVariant> reply = *m_question;
-        m_question.release()->deleteLater();
-        setNotifier(!reply.isError() && reply.value().variant().toBool());
-    });
+    m_question = callBus(QDBusConnection::sessionBus(), question,
+                         [this](const QDBusReply<QDBusVariant> &hasHost) {
+                             setNotifier(hasHost.isValid() && hasHost.value().variant().toBool());
+                         });
 }
 
 void StatusHosts::setNotifier(bool isThere)

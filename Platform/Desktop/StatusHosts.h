@@ -5,10 +5,7 @@
 #include <QObject>
 
 #include <cstdint>
-#include <memory>
 #include <optional>
-
-class QDBusPendingCallWatcher;
 
 namespace Platform {
 
@@ -23,7 +20,6 @@ class StatusHosts final : public QObject
 
 public:
     StatusHosts();
-    ~StatusHosts() override;
 
     /// False until the bus has answered.
     [[nodiscard]] bool isAny() const;
@@ -44,7 +40,7 @@ private:
 
     std::optional<bool> m_hasNotifier; ///< Empty while the bus has not answered yet.
     std::uint32_t m_tray = 0;          ///< The tray's window; none where there is no tray or no X.
-    std::unique_ptr<QDBusPendingCallWatcher> m_question;
+    Subscription m_question;           ///< The latest to the watcher.
     bool m_isAnnouncing = false;
     Subscription m_xEvents;
 };
