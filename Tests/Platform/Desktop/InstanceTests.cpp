@@ -19,6 +19,9 @@
 #include <list>
 
 #include <sys/prctl.h>
+#include <sys/socket.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
 using namespace Qt::StringLiterals;
 using Platform::Instance;
@@ -35,6 +38,7 @@ const QString busVariable = u"DBUS_SESSION_BUS_ADDRESS"_s;
 const QString actionId = u"make-tea"_s;
 constexpr const char *roleVariable = "INSTANCE_TESTS_FOLDER"; // set: be a copy on that folder
 constexpr const char *busyVariable = "INSTANCE_TESTS_BUSY";   // set: be slow and impatient
+constexpr const char *aloneVariable = "INSTANCE_TESTS_ALONE"; // set: all others are other users
 constexpr auto shortPatience = milliseconds(300);
 constexpr int howLong = 60000; // milliseconds that anything may take
 
@@ -125,6 +129,15 @@ sys.stdin.read()
 )";
 
 } // namespace
+
+/// Stands before the C library's, for the whole executable.
+extern "C" int getsockopt(int socket, int level, int option, void *value, socklen_t *size) noexcept
+{
+    const auto result = ::syscall(SYS_getsockopt, socket, level, option, value, size);
+    if (level == SOL_SOCKET && option == SO_PEERCRED && qEnvironmentVariableIsSet(aloneVariable))
+        ++static_cast<ucred *>(value)->uid;
+    return static_cast<int>(result);
+}
 
 class InstanceTests final : public QObject
 {
@@ -254,20 +267,34 @@ private Q_SLOTS:
         QCOMPARE(first.said().count("asked"), 1);
     }
 
+    void otherUsersAreNeitherHeardNorAsked()
+    {
+        auto alone = m_offBus;
+        alone.insert(QLatin1String(aloneVariable), u"1"_s);
+        Copy first(alone);
+        QVERIFY(first.says("launched\n"));
+        auto impatient = m_offBus;
+        impatient.insert(QLatin1String(busyVariable), u"1"_s);
+        QVERIFY(Copy(impatient).endsSaying(
+            "InstanceTests is already running and does not answer.\nsecond\n"));
+        QVERIFY(Copy(alone).says("first\nlaunched\n"));
+        QCOMPARE(first.said(), "first\nlaunched\n"_ba);
+    }
+
     void whatMadeTheDesktopStartItIsKnownAtTheLaunch()
     {
         const QString address = m_onBus.value(busVariable);
         auto bus = QDBusConnection::connectToBus(address, address);
-        const auto act = [&] {
+        const auto act = [&](const QString &action) {
             auto message = QDBusMessage::createMethodCall(
                 applicationId, u'/' + QString(applicationId).replace(u'.', u'/'),
                 u"org.freedesktop.Application"_s, u"ActivateAction"_s);
-            message << actionId << QVariantList{1, u"two"_s}
+            message << action << QVariantList{1, u"two"_s}
                     << QVariantMap{{u"desktop-startup-id"_s, u"x_TIME99"_s}};
             return bus.call(message).errorMessage();
         };
         // The bus starts the program for this one; the next finds it running.
-        const QString complaint = act();
+        const QString complaint = act(actionId);
         const uint started = bus.interface()->servicePid(applicationId);
         const auto end = qScopeGuard([=] {
             if (started > 1)
@@ -276,8 +303,10 @@ private Q_SLOTS:
         });
         QCOMPARE(complaint, QString());
         QVERIFY(logSays("first\nlaunched by [make-tea]\n"));
-        QCOMPARE(act(), QString());
+        QCOMPARE(act(u"make-coffee"_s), QString()); // unknown, so nothing comes of it
+        QCOMPARE(act(actionId), QString());
         QVERIFY(logSays("asked [make-tea] at 99"));
+        QVERIFY(!Files::read(log())->contains("coffee"));
     }
 };
 
