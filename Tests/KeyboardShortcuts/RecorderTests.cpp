@@ -179,6 +179,9 @@ private Q_SLOTS:
         QCOMPARE(m_changes, QStringList({u"⌃⌥N"_s, u"⌃⌥N"_s}));
         Name::summon().setShortcut(Shortcut(Key::k, Modifier::Command));
         QCOMPARE(s->recorder->text(), u"⌘K"_s);
+        f->layout.characters[40] = u"t"_s;
+        f->layout.announce();
+        QCOMPARE(s->recorder->text(), u"⌘T"_s);
     }
 
     void theKeyboardAloneGetsInAndOut()
