@@ -1,11 +1,11 @@
 #include "Platform/Core/Portal.h"
 
+#include "Platform/Core/PendingCall.h"
 #include "Platform/Core/SessionBus.h"
 
 #include <QDBusConnection>
 #include <QDBusMessage>
-#include <QDBusPendingCallWatcher>
-#include <QDBusPendingReply>
+#include <QDBusReply>
 #include <QDBusServiceWatcher>
 #include <QDBusVariant>
 #include <QLoggingCategory>
@@ -16,9 +16,8 @@ namespace {
 
 Q_LOGGING_CATEGORY(portalLog, "brevio.portal", QtWarningMsg)
 
-const QString requestInterface = QStringLiteral("org.freedesktop.portal.Request");
+const QString requestInterface = Portal::interfaceNamed(QStringLiteral("Request"));
 const QString registryInterface = QStringLiteral("org.freedesktop.host.portal.Registry");
-const QString propertiesInterface = QStringLiteral("org.freedesktop.DBus.Properties");
 constexpr uint granted = 0;
 
 QDBusConnection connectToSession()
@@ -27,6 +26,15 @@ QDBusConnection connectToSession()
     const QString name = QStringLiteral("brevio-portal-%1").arg(++connections);
     return hasSessionBus() ? QDBusConnection::connectToBus(QDBusConnection::SessionBus, name)
                            : QDBusConnection(name);
+}
+
+/// Says so too.
+bool isFailure(const QDBusMessage &reply, const QString &method)
+{
+    if (reply.type() != QDBusMessage::ErrorMessage)
+        return false;
+    qCInfo(portalLog) << method << "fails:" << reply.errorMessage();
+    return true;
 }
 
 } // namespace
@@ -66,9 +74,8 @@ void Portal::introduce()
     auto call = QDBusMessage::createMethodCall(service, path, registryInterface,
                                                QStringLiteral("Register"));
     call << m_applicationId << QVariantMap();
-    m_introduction = std::make_unique<QDBusPendingCallWatcher>(m_bus->asyncCall(call));
-    connect(m_introduction.get(), &QDBusPendingCallWatcher::finished, this,
-            [this] { m_introduction.release()->deleteLater(); });
+    m_introduction =
+        callBus(*m_bus, call, [this](const QDBusMessage &) { m_introduction.reset(); });
 }
 
 bool Portal::isConnected() const
@@ -78,15 +85,11 @@ bool Portal::isConnected() const
 
 void Portal::askVersion(const QString &interface, std::function<void(std::optional<uint>)> answered)
 {
-    auto call =
-        QDBusMessage::createMethodCall(service, path, propertiesInterface, QStringLiteral("Get"));
-    call << interface << QStringLiteral("version");
-    auto *watcher = new QDBusPendingCallWatcher(m_bus->asyncCall(call), this);
-    connect(watcher, &QDBusPendingCallWatcher::finished, this, [watcher, answered] {
-        watcher->deleteLater();
-        const QDBusPendingReply<QDBusVariant> reply = *watcher;
-        answered(reply.isError() ? std::nullopt : std::optional(reply.value().variant().toUInt()));
-    });
+    callBus(*m_bus, propertyCall(service, path, interface, QStringLiteral("version")), this,
+            [answered](const QDBusReply<QDBusVariant> &version) {
+                answered(version.isValid() ? std::optional(version.value().variant().toUInt())
+                                           : std::nullopt);
+            });
 }
 
 void Portal::request(const QString &interface, const QString &method, const QVariantList &arguments,
@@ -104,13 +107,9 @@ void Portal::request(const QString &interface, const QString &method, const QVar
     auto call = QDBusMessage::createMethodCall(service, path, interface, method);
     call.setArguments(arguments);
     call << options;
-    auto *watcher = new QDBusPendingCallWatcher(m_bus->asyncCall(call), this);
-    connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher, request, method] {
-        watcher->deleteLater();
-        if (!watcher->isError())
-            return;
-        qCInfo(portalLog) << method << "fails:" << watcher->error().message();
-        finish(request, Outcome::Failed, {});
+    callBus(*m_bus, call, this, [this, request, method](const QDBusMessage &reply) {
+        if (isFailure(reply, method))
+            finish(request, Outcome::Failed, {});
     });
 }
 
@@ -119,12 +118,8 @@ void Portal::tell(const QString &object, const QString &interface, const QString
 {
     auto call = QDBusMessage::createMethodCall(service, object, interface, method);
     call.setArguments(arguments);
-    auto *watcher = new QDBusPendingCallWatcher(m_bus->asyncCall(call), this);
-    connect(watcher, &QDBusPendingCallWatcher::finished, this, [watcher, method] {
-        watcher->deleteLater();
-        if (watcher->isError())
-            qCInfo(portalLog) << method << "fails:" << watcher->error().message();
-    });
+    callBus(*m_bus, call, this,
+            [method](const QDBusMessage &reply) { (void)isFailure(reply, method); });
 }
 
 void Portal::respond(const QDBusMessage &message)

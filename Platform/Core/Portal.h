@@ -1,16 +1,16 @@
 #pragma once
 
+#include "Platform/Core/Observable.h"
+
 #include <QObject>
 #include <QVariantMap>
 
-#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
 
 class QDBusConnection;
 class QDBusMessage;
-class QDBusPendingCallWatcher;
 
 namespace Platform {
 
@@ -28,6 +28,11 @@ public:
 
     static const QString service;
     static const QString path;
+    /// The full name of one of its interfaces, of "Settings" for example.
+    [[nodiscard]] static QString interfaceNamed(const QString &name)
+    {
+        return QStringLiteral("org.freedesktop.portal.") + name;
+    }
 
     /// `applicationId` names the installed desktop file, without its ".desktop".
     explicit Portal(const QString &applicationId);
@@ -65,8 +70,8 @@ private:
 
     QString m_applicationId;
     std::unique_ptr<QDBusConnection> m_bus;
-    std::unique_ptr<QDBusPendingCallWatcher> m_introduction; ///< Until it is answered.
-    std::map<QString, Answer> m_answers;                     ///< By the request's object path.
+    Subscription m_introduction;         ///< Until it is answered.
+    std::map<QString, Answer> m_answers; ///< By the request's object path.
     int m_tokens = 0;
 };
 

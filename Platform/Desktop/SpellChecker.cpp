@@ -1,20 +1,16 @@
 #include "Platform/Desktop/SpellChecker.h"
 
+#include "Platform/Core/IdleWorker.h"
 #include "Platform/Core/Languages.h"
 
-#include <QCoreApplication>
 #include <QLocale>
 #include <QLoggingCategory>
 
 #include <enchant.h>
-#include <malloc.h>
 
 #include <algorithm>
 #include <array>
-#include <condition_variable>
-#include <deque>
-#include <mutex>
-#include <thread>
+#include <optional>
 #include <utility>
 #include <vector>
 
@@ -22,11 +18,8 @@ namespace Platform {
 
 namespace {
 
-using namespace std::chrono_literals;
-
 Q_LOGGING_CATEGORY(spellingLog, "brevio.spelling", QtCriticalMsg)
 
-constexpr auto unusedDelay = 10min;
 /// Each takes about 9 MB while it is loaded.
 constexpr std::size_t mostDictionaries = 3;
 
@@ -170,17 +163,14 @@ class EnchantChecker final : public SpellChecker
 {
 public:
     explicit EnchantChecker(MainQueue &queue)
-        : m_queue(queue)
+        : m_worker(queue, [this] { m_dictionaries.reset(); })
     {}
-
-    /// Dropped questions cost nothing; a word that is to be learned is learned first.
-    ~EnchantChecker() override { stop(); }
 
     bool isAvailable() const override { return m_isAvailable; }
 
     Request check(const QStringList &words, Answer wrong) override
     {
-        return ask(std::move(wrong), [words](Dictionaries &dictionaries) {
+        return ask(std::move(wrong), [words](const Dictionaries &dictionaries) {
             QStringList found;
             std::copy_if(words.begin(), words.end(), std::back_inserter(found),
                          [&](const QString &word) { return dictionaries.isWrong(word); });
@@ -190,111 +180,56 @@ public:
 
     Request suggest(const QString &word, Answer suggestions) override
     {
-        return ask(std::move(suggestions),
-                   [word](Dictionaries &dictionaries) { return dictionaries.suggestions(word); });
+        return ask(std::move(suggestions), [word](const Dictionaries &dictionaries) {
+            return dictionaries.suggestions(word);
+        });
     }
 
     void learn(const QString &word) override
     {
-        send([word](Dictionaries &dictionaries) { dictionaries.learn(word); });
+        const auto job = [this, word]() -> IdleWorker::Reply {
+            dictionaries().learn(word);
+            return {};
+        };
+        (void)m_worker.run(job, IdleWorker::AtEnd::Done);
     }
 
     void release() override
     {
-        m_unused.reset();
         m_isAvailable = true;
-        if (!m_worker.joinable())
-            return;
-        // The thread ends by itself after what it was asked; it is collected when it is needed
-        // again, so that nobody waits for it.
-        const std::lock_guard lock(m_mutex);
-        m_isStopping = true;
-        m_wake.notify_one();
+        m_worker.release();
     }
 
 private:
-    using Job = std::function<void(Dictionaries &)>;
-
     template <typename Work>
     Request ask(Answer answer, Work work)
     {
         auto request = std::make_shared<Answer>(std::move(answer));
-        send([this, work, open = std::weak_ptr(request)](Dictionaries &dictionaries) {
+        const auto job = [this, work, open = std::weak_ptr(request)]() -> IdleWorker::Reply {
             if (open.expired())
-                return;
-            QMetaObject::invokeMethod(
-                &m_mainThread,
-                [this, open, words = work(dictionaries), isEmpty = dictionaries.isEmpty()] {
-                    if (const auto asked = open.lock()) {
-                        m_isAvailable = !isEmpty;
-                        (*asked)(words);
-                    }
-                },
-                Qt::QueuedConnection);
-        });
-        return request;
+                return {};
+            return [this, open, words = work(dictionaries()), isEmpty = dictionaries().isEmpty()] {
+                if (const auto asked = open.lock()) {
+                    m_isAvailable = !isEmpty;
+                    (*asked)(words);
+                }
+            };
+        };
+        return m_worker.run(job) ? request : nullptr;
     }
 
-    void send(Job job)
+    /// On the worker's thread.
+    Dictionaries &dictionaries()
     {
-        {
-            const std::lock_guard lock(m_mutex);
-            m_jobs.push_back(std::move(job));
-            if (!m_isRunning) {
-                if (m_worker.joinable())
-                    m_worker.join(); // it has done its last already
-                m_isRunning = true;
-                m_worker = std::thread(&EnchantChecker::run, this, userLanguages());
-            }
-            m_isStopping = false;
-            m_wake.notify_one();
-        }
-        m_unused = m_queue.schedule(unusedDelay, [this] { release(); });
+        if (!m_dictionaries)
+            m_dictionaries.emplace(m_languages);
+        return *m_dictionaries;
     }
 
-    void run(const QStringList &languages)
-    {
-        {
-            Dictionaries dictionaries(languages);
-            std::unique_lock lock(m_mutex);
-            while (true) {
-                m_wake.wait(lock, [this] { return m_isStopping || !m_jobs.empty(); });
-                if (m_jobs.empty())
-                    break;
-                const Job job = std::move(m_jobs.front());
-                m_jobs.pop_front();
-                lock.unlock();
-                job(dictionaries);
-                lock.lock();
-            }
-            m_isRunning = false;
-        }
-        malloc_trim(0); // what was freed would stay the program's
-    }
-
-    void stop()
-    {
-        if (!m_worker.joinable())
-            return;
-        {
-            const std::lock_guard lock(m_mutex);
-            m_isStopping = true;
-            m_wake.notify_one();
-        }
-        m_worker.join();
-    }
-
-    MainQueue &m_queue;
-    MainQueue::Pending m_unused;
-    QObject m_mainThread; ///< answers are posted to it
+    const QStringList m_languages = userLanguages();
     bool m_isAvailable = true;
-
-    std::mutex m_mutex; ///< guards the four below
-    std::condition_variable m_wake;
-    std::deque<Job> m_jobs;
-    bool m_isStopping = false;
-    bool m_isRunning = false;
-    std::thread m_worker;
+    std::optional<Dictionaries> m_dictionaries; ///< the worker's thread's
+    IdleWorker m_worker;                        ///< last, as its jobs use the above
 };
 
 } // namespace

@@ -16,7 +16,9 @@ namespace Platform {
 class SpellChecker
 {
 public:
-    /// A question that is still open. Dropping it drops the answer.
+    /// A question that is still open. Dropping it drops the answer. Null when nobody can be asked,
+    /// as on a machine that has no thread to give: no answer comes, and a later question may have
+    /// one.
     using Request = std::shared_ptr<void>;
     using Answer = std::function<void(const QStringList &words)>;
 
@@ -33,7 +35,7 @@ public:
     /// Answers with at most `mostSuggestions` words, the likeliest first.
     [[nodiscard]] virtual Request suggest(const QString &word, Answer suggestions) = 0;
     /// Puts the word on the user's personal list, which other programs share; it is right from
-    /// then on. A list that cannot be written is silent.
+    /// then on. Silent when the list cannot be written.
     virtual void learn(const QString &word) = 0;
     /// Frees the dictionaries. The next question loads them again.
     virtual void release() = 0;

@@ -1,13 +1,14 @@
 #include "Platform/Desktop/StatusHosts.h"
 
+#include "Platform/Core/PendingCall.h"
 #include "Platform/Core/SessionBus.h"
+#include "Platform/Core/X11Events.h"
 #include "Platform/Screen/X11.h"
 
 #include <QCoreApplication>
 #include <QDBusConnection>
 #include <QDBusMessage>
-#include <QDBusPendingCallWatcher>
-#include <QDBusPendingReply>
+#include <QDBusReply>
 #include <QDBusServiceWatcher>
 #include <QDBusVariant>
 #include <QLoggingCategory>
@@ -27,19 +28,17 @@ const QString hostSignal = QStringLiteral("StatusNotifierHostRegistered");
 /// Qt's trays, too, are those of the first screen.
 const QByteArray traySelection = QByteArrayLiteral("_NET_SYSTEM_TRAY_S0");
 
-constexpr std::uint8_t eventKind = 0x7F; // without the mark of an event that a client sent
-
 } // namespace
 
 StatusHosts::StatusHosts()
 {
-    if (X11::Server::current())
-        qApp->installNativeEventFilter(this);
+    m_xEvents = onX11Event([this](const X11Event &event) {
+        noticeTray(event);
+        return X11Verdict::Pass;
+    });
     findTray();
     watchBus();
 }
-
-StatusHosts::~StatusHosts() = default;
 
 bool StatusHosts::isAny() const
 {
@@ -70,18 +69,12 @@ void StatusHosts::watchBus()
 
 void StatusHosts::askWatcher()
 {
-    auto question = QDBusMessage::createMethodCall(
-        watcherName, watcherPath, QStringLiteral("org.freedesktop.DBus.Properties"),
-        QStringLiteral("Get"));
-    question << watcherName << hostProperty;
+    auto question = propertyCall(watcherName, watcherPath, watcherName, hostProperty);
     question.setAutoStartService(false);
-    m_question = std::make_unique<QDBusPendingCallWatcher>(
-        QDBusConnection::sessionBus().asyncCall(question));
-    connect(m_question.get(), &QDBusPendingCallWatcher::finished, this, [this] {
-        const QDBusPendingReply<QDBusVariant> reply = *m_question;
-        m_question.release()->deleteLater();
-        setNotifier(!reply.isError() && reply.value().variant().toBool());
-    });
+    m_question = callBus(QDBusConnection::sessionBus(), question,
+                         [this](const QDBusReply<QDBusVariant> &hasHost) {
+                             setNotifier(hasHost.isValid() && hasHost.value().variant().toBool());
+                         });
 }
 
 void StatusHosts::setNotifier(bool isThere)
@@ -111,21 +104,18 @@ void StatusHosts::findTray()
     announceLater();
 }
 
-bool StatusHosts::nativeEventFilter(const QByteArray &, void *message, qintptr *)
+void StatusHosts::noticeTray(const X11Event &event)
 {
-    const auto *event = static_cast<xcb_generic_event_t *>(message);
-    const auto kind = event->response_type & eventKind;
-    if (kind == XCB_CLIENT_MESSAGE) {
-        const auto &news = *reinterpret_cast<const xcb_client_message_event_t *>(event);
+    if (event.kind == XCB_CLIENT_MESSAGE) {
+        const auto &news = event.as<xcb_client_message_event_t>();
         const auto server = X11::Server::current();
         if (server && news.window == server->root() && news.type == server->atom("MANAGER") &&
             news.data.data32[1] == server->atom(traySelection))
             findTray();
-    } else if (kind == XCB_DESTROY_NOTIFY && m_tray != 0 &&
-               reinterpret_cast<const xcb_destroy_notify_event_t *>(event)->window == m_tray) {
+    } else if (event.kind == XCB_DESTROY_NOTIFY && m_tray != 0 &&
+               event.as<xcb_destroy_notify_event_t>().window == m_tray) {
         findTray();
     }
-    return false;
 }
 
 void StatusHosts::announceLater()

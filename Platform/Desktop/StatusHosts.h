@@ -1,26 +1,25 @@
 #pragma once
 
-#include <QAbstractNativeEventFilter>
+#include "Platform/Core/Observable.h"
+
 #include <QObject>
 
 #include <cstdint>
-#include <memory>
 #include <optional>
 
-class QDBusPendingCallWatcher;
-
 namespace Platform {
+
+struct X11Event;
 
 /// Whether the desktop has a place for status items: a StatusNotifier watcher that a panel has
 /// joined, or an X system tray. Told by the bus and the X server; asks nobody again and again, and
 /// waits for no answer of theirs. Needs the application. Main thread only.
-class StatusHosts final : public QObject, private QAbstractNativeEventFilter
+class StatusHosts final : public QObject
 {
     Q_OBJECT
 
 public:
     StatusHosts();
-    ~StatusHosts() override;
 
     /// False until the bus has answered.
     [[nodiscard]] bool isAny() const;
@@ -33,7 +32,7 @@ private Q_SLOTS:
     void askWatcher();
 
 private:
-    bool nativeEventFilter(const QByteArray &type, void *message, qintptr *result) override;
+    void noticeTray(const X11Event &event);
     void watchBus();
     void setNotifier(bool isThere);
     void findTray();
@@ -41,8 +40,9 @@ private:
 
     std::optional<bool> m_hasNotifier; ///< Empty while the bus has not answered yet.
     std::uint32_t m_tray = 0;          ///< The tray's window; none where there is no tray or no X.
-    std::unique_ptr<QDBusPendingCallWatcher> m_question;
+    Subscription m_question;           ///< The latest to the watcher.
     bool m_isAnnouncing = false;
+    Subscription m_xEvents;
 };
 
 } // namespace Platform

@@ -1,8 +1,8 @@
 #include "Platform/Keyboard/EventMonitor.h"
 
 #include "Platform/Core/UserTime.h"
+#include "Platform/Core/X11Events.h"
 
-#include <QAbstractNativeEventFilter>
 #include <QApplication>
 #include <QMouseEvent>
 #include <QPointer>
@@ -17,7 +17,6 @@ namespace Platform {
 
 namespace {
 
-constexpr std::uint8_t sentBit = 0x80; // marks an X event that a client sent
 constexpr ModifierFlags heldKeys =
     Modifier::Shift | Modifier::Control | Modifier::Option | Modifier::Command;
 
@@ -39,14 +38,13 @@ QWidget *windowOf(QObject *receiver)
 /// Sees every event of the application. One press passes here several times: as an offer to the
 /// shortcuts and as the press itself, each at the window, the focused widget and its parents. The
 /// monitors are asked the first time; their verdict holds for the rest.
-class InputFilter final : public QObject, public QAbstractNativeEventFilter
+class InputFilter final : public QObject
 {
 public:
     InputFilter()
         : QObject(qApp)
     {
         qApp->installEventFilter(this);
-        qApp->installNativeEventFilter(this);
     }
 
     static InputFilter &shared()
@@ -65,7 +63,6 @@ public:
     }
 
     bool eventFilter(QObject *receiver, QEvent *event) override;
-    bool nativeEventFilter(const QByteArray &type, void *message, qintptr *result) override;
 
 private:
     /// The passage of one press or one release.
@@ -79,6 +76,7 @@ private:
         EventVerdict verdict = EventVerdict::Pass;
     };
 
+    void noticeFocus(const X11Event &event);
     bool filterKey(QObject *receiver, QKeyEvent &event);
     void filterMouse(QObject *receiver, const QMouseEvent &event);
     [[nodiscard]] bool isContinued(QObject *receiver, const QKeyEvent &event) const;
@@ -95,6 +93,10 @@ private:
     std::map<int, ModifierFlags> m_heldKeys; ///< The modifier keys, by code, that went down here.
     ModifierFlags m_flags = 0;               ///< As last announced.
     QPointer<QWidget> m_flagsWindow;
+    const Subscription m_xEvents = onX11Event([this](const X11Event &event) {
+        noticeFocus(event);
+        return X11Verdict::Pass;
+    });
 };
 
 bool InputFilter::eventFilter(QObject *receiver, QEvent *event)
@@ -119,15 +121,11 @@ bool InputFilter::eventFilter(QObject *receiver, QEvent *event)
     return false;
 }
 
-bool InputFilter::nativeEventFilter(const QByteArray &type, void *message, qintptr *)
+void InputFilter::noticeFocus(const X11Event &event)
 {
-    if (m_flags == 0 || type != "xcb_generic_event_t")
-        return false;
     // A short grab (a global shortcut) eats releases without Qt telling anybody.
-    const auto kind = static_cast<xcb_generic_event_t *>(message)->response_type & ~sentBit;
-    if (kind == XCB_FOCUS_IN)
+    if (m_flags != 0 && event.kind == XCB_FOCUS_IN)
         dropFlags(m_flags & ~modifierFlags(QGuiApplication::queryKeyboardModifiers()));
-    return false;
 }
 
 bool InputFilter::isContinued(QObject *receiver, const QKeyEvent &event) const

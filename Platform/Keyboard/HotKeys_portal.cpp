@@ -28,8 +28,8 @@ using PortalShortcuts = QList<PortalShortcut>;
 
 Q_LOGGING_CATEGORY(portalKeysLog, "brevio.hotkeys.portal", QtWarningMsg)
 
-const QString shortcutsInterface = QStringLiteral("org.freedesktop.portal.GlobalShortcuts");
-const QString sessionInterface = QStringLiteral("org.freedesktop.portal.Session");
+const QString shortcutsInterface = Portal::interfaceNamed(QStringLiteral("GlobalShortcuts"));
+const QString sessionInterface = Portal::interfaceNamed(QStringLiteral("Session"));
 /// The first that lets the user change the keys of a session.
 constexpr uint configurableVersion = 2;
 /// A press is this much older, at the most, than our clock when we hear of it.

@@ -1,9 +1,9 @@
 #include "Platform/Keyboard/HotKeysBackends.h"
 
 #include "Platform/Core/UserTime.h"
+#include "Platform/Core/X11Events.h"
 #include "Platform/Keyboard/KeyboardLayout.h"
 
-#include <QAbstractNativeEventFilter>
 #include <QGuiApplication>
 #include <QLoggingCategory>
 
@@ -68,7 +68,7 @@ std::optional<Combination> combinationOf(std::uint32_t keyCode, ModifierFlags fl
 
 /// Passive grabs on the root windows, over Qt's own connection: while one of our windows has the
 /// keyboard, the grabs still take the press and the release from it.
-class X11HotKeys final : public HotKeys, public QAbstractNativeEventFilter
+class X11HotKeys final : public HotKeys
 {
 public:
     X11HotKeys(KeyboardLayout &layout, xcb_connection_t *connection)
@@ -79,7 +79,15 @@ public:
             m_roots.push_back(each.data->root);
         m_lockMasks = readLockMasks();
         m_layoutChange = layout.onChange([this] { adoptLayout(); });
-        qApp->installNativeEventFilter(this);
+        m_xEvents = onX11Event([this](const X11Event &event) {
+            // One that a client sent is no key.
+            if (!event.isSent && event.kind == XCB_KEY_PRESS)
+                keyPressed(event.as<xcb_key_press_event_t>());
+            else if (!event.isSent && event.kind == XCB_KEY_RELEASE)
+                keyReleased(event.as<xcb_key_release_event_t>());
+            // Qt has no use for what the root gets, yet reads the time from it.
+            return X11Verdict::Pass;
+        });
     }
 
     ~X11HotKeys() override
@@ -108,19 +116,6 @@ public:
         // Ending the grab would end it for another id on the same keys too.
         if (!found.empty() && !isGrabbed(found.mapped()))
             ungrab(found.mapped());
-    }
-
-    bool nativeEventFilter(const QByteArray &type, void *message, qintptr *) override
-    {
-        if (type != "xcb_generic_event_t")
-            return false;
-        // Never true: Qt has no use for what the root gets, yet reads the time from it.
-        const auto *event = static_cast<xcb_generic_event_t *>(message);
-        if (event->response_type == XCB_KEY_PRESS)
-            keyPressed(*reinterpret_cast<const xcb_key_press_event_t *>(event));
-        else if (event->response_type == XCB_KEY_RELEASE)
-            keyReleased(*reinterpret_cast<const xcb_key_release_event_t *>(event));
-        return false;
     }
 
 private:
@@ -280,6 +275,7 @@ private:
     xcb_keycode_t m_latestKey = 0;
     xcb_timestamp_t m_releaseTime = XCB_CURRENT_TIME; ///< When that key came up, or seemed to.
     std::vector<HotKeyId> m_held;                     ///< Whose release is still owed.
+    Subscription m_xEvents;
 };
 
 } // namespace

@@ -21,7 +21,6 @@ inline constexpr ModifierFlags Control    = 0x40000;  ///< The Super key.
 inline constexpr ModifierFlags Option     = 0x80000;  ///< The Alt key.
 inline constexpr ModifierFlags Command    = 0x100000; ///< The Ctrl key.
 inline constexpr ModifierFlags NumericPad = 0x200000; ///< The key is on the keypad.
-inline constexpr ModifierFlags Help       = 0x400000;
 inline constexpr ModifierFlags Function   = 0x800000; ///< Never set by an event here.
 // clang-format on
 } // namespace Modifier

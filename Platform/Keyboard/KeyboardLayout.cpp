@@ -1,8 +1,8 @@
 #include "Platform/Keyboard/KeyboardLayout.h"
 
+#include "Platform/Core/X11Events.h"
 #include "Platform/Keyboard/KeyEvent.h"
 
-#include <QAbstractNativeEventFilter>
 #include <QGuiApplication>
 
 // The header names a member with a C++ keyword.
@@ -75,7 +75,7 @@ bool isLatin(xkb_keymap *keymap, xkb_layout_index_t layout)
 }
 
 /// Asks xkbcommon, on the first question after each change and not before.
-class XkbLayout final : public KeyboardLayout, public QAbstractNativeEventFilter
+class XkbLayout final : public KeyboardLayout
 {
 public:
     XkbLayout(MainQueue &queue, xcb_connection_t *connection)
@@ -87,7 +87,11 @@ public:
         const auto *extension = xcb_get_extension_data(m_connection, &xcb_xkb_id);
         if (extension && extension->present)
             m_xkbEvent = extension->first_event;
-        qApp->installNativeEventFilter(this);
+        m_xEvents = onX11Event([this](const X11Event &event) {
+            if (!event.isSent && changesLayout(event))
+                scheduleAnnouncement();
+            return X11Verdict::Pass;
+        });
     }
 
     QString character(int keyCode) const override
@@ -101,24 +105,17 @@ public:
         return symbol > U' ' && QChar::isPrint(symbol) ? QString::fromUcs4(&symbol, 1) : QString();
     }
 
-    bool nativeEventFilter(const QByteArray &, void *message, qintptr *) override
-    {
-        const auto *event = static_cast<xcb_generic_event_t *>(message);
-        if (event->response_type == XCB_MAPPING_NOTIFY ||
-            (event->response_type == m_xkbEvent && changesLayout(event)))
-            scheduleAnnouncement();
-        return false;
-    }
-
 private:
-    static bool changesLayout(const xcb_generic_event_t *event)
+    bool changesLayout(const X11Event &event) const
     {
-        switch (event->pad0) { // the kind of XKB event
+        if (event.kind != m_xkbEvent)
+            return event.kind == XCB_MAPPING_NOTIFY;
+        switch (event.as<xcb_generic_event_t>().pad0) { // the kind of XKB event
         case XCB_XKB_NEW_KEYBOARD_NOTIFY:
         case XCB_XKB_MAP_NOTIFY:
             return true;
         case XCB_XKB_STATE_NOTIFY: // comes with every modifier key as well
-            return (reinterpret_cast<const xcb_xkb_state_notify_event_t *>(event)->changed &
+            return (event.as<xcb_xkb_state_notify_event_t>().changed &
                     XCB_XKB_STATE_PART_GROUP_STATE) != 0;
         default:
             return false;
@@ -179,6 +176,7 @@ private:
     mutable Keymap m_keymap; ///< Empty until asked for.
     mutable xkb_layout_index_t m_layout = 0;
     MainQueue::Pending m_pending;
+    Subscription m_xEvents;
 };
 
 } // namespace

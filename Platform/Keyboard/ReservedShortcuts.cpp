@@ -19,6 +19,8 @@ namespace Platform {
 
 namespace {
 
+using Combinations = std::vector<KeyCombination>;
+
 Q_LOGGING_CATEGORY(reservedLog, "brevio.reservedshortcuts", QtWarningMsg)
 
 // clang-format off
@@ -155,7 +157,18 @@ QStringList quotedTexts(const QString &listing)
     return texts;
 }
 
-ReservedShortcuts::Combinations reservedByGnome(const KeyboardLayout &layout)
+/// The accelerators among the quoted texts of what gsettings prints.
+Combinations fromGSettings(const QString &listing, const KeyboardLayout &layout)
+{
+    Combinations combinations;
+    for (const auto &text : quotedTexts(listing)) {
+        if (const auto combination = ReservedShortcuts::fromAccelerator(text, layout))
+            combinations.push_back(*combination);
+    }
+    return combinations;
+}
+
+Combinations reservedByGnome(const KeyboardLayout &layout)
 {
     const QDeadlineTimer deadline(gsettingsLimit);
     std::vector<QStringList> questions;
@@ -171,14 +184,39 @@ ReservedShortcuts::Combinations reservedByGnome(const KeyboardLayout &layout)
                 {QStringLiteral("get"), customBinding + u':' + text, QStringLiteral("binding")});
     }
     const auto custom = askGSettings(questions, deadline);
-    return ReservedShortcuts::fromGSettings((listings + custom).join(u'\n'), layout);
+    return fromGSettings((listings + custom).join(u'\n'), layout);
+}
+
+/// What KDE's kglobalshortcutsrc binds.
+Combinations fromKGlobalShortcuts(const QByteArray &file, const KeyboardLayout &layout)
+{
+    // action=shortcuts,defaults,description; alternatives are set apart by tabs, which are written
+    // as \t, and a comma inside a shortcut as \,
+    static const QRegularExpression endOfShortcuts(QStringLiteral("(?<!\\\\),"));
+    static const QRegularExpression separator(QStringLiteral("\\\\t|\\t"));
+    Combinations combinations;
+    const auto lines = QString::fromUtf8(file).split(u'\n');
+    for (const auto &line : lines) {
+        const auto equals = line.indexOf(u'=');
+        if (equals < 0 || line.startsWith(QLatin1String("_k_friendly_name")))
+            continue;
+        auto value = line.mid(equals + 1).trimmed();
+        if (const auto end = value.indexOf(endOfShortcuts); end >= 0)
+            value.truncate(end);
+        for (auto text : value.split(separator)) {
+            text.remove(u'\\');
+            if (const auto combination = ReservedShortcuts::fromKeySequence(text, layout))
+                combinations.push_back(*combination);
+        }
+    }
+    return combinations;
 }
 
 /// One of the two sets of bindings (commands, the window manager's), as one file has it.
 struct XfceSet
 {
-    ReservedShortcuts::Combinations defaults;
-    ReservedShortcuts::Combinations custom;
+    Combinations defaults;
+    Combinations custom;
     bool isOverridden = false; ///< The custom ones count, else the defaults.
 };
 
@@ -209,6 +247,27 @@ std::map<QString, XfceSet> readXfconf(const QByteArray &file, const KeyboardLayo
             (isCustom ? set.custom : set.defaults).push_back(*combination);
     }
     return sets;
+}
+
+/// What the xfce4-keyboard-shortcuts channel binds. The user's file comes first, the system's after
+/// it; a set of bindings that one of them overrides hides those of the same set elsewhere.
+Combinations fromXfconf(const std::vector<QByteArray> &files, const KeyboardLayout &layout)
+{
+    std::map<QString, XfceSet> merged;
+    for (const auto &file : files) {
+        for (const auto &[name, set] : readXfconf(file, layout)) {
+            auto &whole = merged[name];
+            whole.defaults.insert(whole.defaults.end(), set.defaults.begin(), set.defaults.end());
+            if (set.isOverridden && !std::exchange(whole.isOverridden, true))
+                whole.custom = set.custom;
+        }
+    }
+    Combinations combinations;
+    for (const auto &[name, set] : merged) {
+        const auto &used = set.isOverridden ? set.custom : set.defaults;
+        combinations.insert(combinations.end(), used.begin(), used.end());
+    }
+    return combinations;
 }
 
 } // namespace
@@ -243,73 +302,19 @@ std::optional<KeyCombination> fromKeySequence(const QString &text, const Keyboar
     return combinationOf(sequence[0].key(), modifierFlags(held), layout);
 }
 
-Combinations fromGSettings(const QString &listing, const KeyboardLayout &layout)
-{
-    Combinations combinations;
-    for (const auto &text : quotedTexts(listing)) {
-        if (const auto combination = fromAccelerator(text, layout))
-            combinations.push_back(*combination);
-    }
-    return combinations;
-}
-
-Combinations fromKGlobalShortcuts(const QByteArray &file, const KeyboardLayout &layout)
-{
-    // action=shortcuts,defaults,description; alternatives are set apart by tabs, which are written
-    // as \t, and a comma inside a shortcut as \,
-    static const QRegularExpression endOfShortcuts(QStringLiteral("(?<!\\\\),"));
-    static const QRegularExpression separator(QStringLiteral("\\\\t|\\t"));
-    Combinations combinations;
-    const auto lines = QString::fromUtf8(file).split(u'\n');
-    for (const auto &line : lines) {
-        const auto equals = line.indexOf(u'=');
-        if (equals < 0 || line.startsWith(QLatin1String("_k_friendly_name")))
-            continue;
-        auto value = line.mid(equals + 1).trimmed();
-        if (const auto end = value.indexOf(endOfShortcuts); end >= 0)
-            value.truncate(end);
-        for (auto text : value.split(separator)) {
-            text.remove(u'\\');
-            if (const auto combination = fromKeySequence(text, layout))
-                combinations.push_back(*combination);
-        }
-    }
-    return combinations;
-}
-
-Combinations fromXfconf(const std::vector<QByteArray> &files, const KeyboardLayout &layout)
-{
-    std::map<QString, XfceSet> merged;
-    for (const auto &file : files) {
-        for (const auto &[name, set] : readXfconf(file, layout)) {
-            auto &whole = merged[name];
-            whole.defaults.insert(whole.defaults.end(), set.defaults.begin(), set.defaults.end());
-            if (set.isOverridden && !std::exchange(whole.isOverridden, true))
-                whole.custom = set.custom;
-        }
-    }
-    Combinations combinations;
-    for (const auto &[name, set] : merged) {
-        const auto &used = set.isOverridden ? set.custom : set.defaults;
-        combinations.insert(combinations.end(), used.begin(), used.end());
-    }
-    return combinations;
-}
-
 } // namespace ReservedShortcuts
 
-std::vector<KeyCombination> reservedShortcuts(const KeyboardLayout &layout)
+Combinations reservedShortcuts(const KeyboardLayout &layout)
 {
     const auto desktops = qEnvironmentVariable("XDG_CURRENT_DESKTOP").split(u':');
     if (desktops.contains(QLatin1String("GNOME"), Qt::CaseInsensitive))
         return reservedByGnome(layout);
     if (desktops.contains(QLatin1String("KDE"), Qt::CaseInsensitive)) {
         const auto files = configFiles(kdeFile);
-        return files.empty() ? std::vector<KeyCombination>()
-                             : ReservedShortcuts::fromKGlobalShortcuts(files.front(), layout);
+        return files.empty() ? Combinations() : fromKGlobalShortcuts(files.front(), layout);
     }
     if (desktops.contains(QLatin1String("XFCE"), Qt::CaseInsensitive))
-        return ReservedShortcuts::fromXfconf(configFiles(xfceFile), layout);
+        return fromXfconf(configFiles(xfceFile), layout);
     return {};
 }
 

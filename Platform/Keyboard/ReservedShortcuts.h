@@ -2,8 +2,7 @@
 
 #include "Platform/Keyboard/KeyEvent.h"
 
-#include <QByteArray>
-#include <QStringView>
+#include <QString>
 
 #include <vector>
 
@@ -29,24 +28,12 @@ struct KeyCombination
 /// a modifier that is not one of the four, are left out.
 namespace ReservedShortcuts {
 
-using Combinations = std::vector<KeyCombination>;
-
 /// "<Primary><Alt>t", "<Super>Page_Up".
 [[nodiscard]] std::optional<KeyCombination> fromAccelerator(const QString &text,
                                                             const KeyboardLayout &layout);
 /// "Ctrl+Alt+T", "Meta+PgUp".
 [[nodiscard]] std::optional<KeyCombination> fromKeySequence(const QString &text,
                                                             const KeyboardLayout &layout);
-
-/// The accelerators among the quoted texts of what gsettings prints.
-[[nodiscard]] Combinations fromGSettings(const QString &listing, const KeyboardLayout &layout);
-/// What KDE's kglobalshortcutsrc binds.
-[[nodiscard]] Combinations fromKGlobalShortcuts(const QByteArray &file,
-                                                const KeyboardLayout &layout);
-/// What the xfce4-keyboard-shortcuts channel binds. The user's file comes first, the system's after
-/// it; a set of bindings that one of them overrides hides those of the same set elsewhere.
-[[nodiscard]] Combinations fromXfconf(const std::vector<QByteArray> &files,
-                                      const KeyboardLayout &layout);
 
 } // namespace ReservedShortcuts
 

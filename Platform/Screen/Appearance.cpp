@@ -1,11 +1,12 @@
 #include "Platform/Screen/Appearance.h"
 
+#include "Platform/Core/PendingCall.h"
+#include "Platform/Core/Portal.h"
 #include "Platform/Core/SessionBus.h"
 
 #include <QDBusConnection>
 #include <QDBusMessage>
-#include <QDBusPendingCallWatcher>
-#include <QDBusPendingReply>
+#include <QDBusReply>
 #include <QDBusVariant>
 #include <QEvent>
 #include <QGuiApplication>
@@ -21,9 +22,7 @@ namespace {
 
 Q_LOGGING_CATEGORY(log, "brevio.appearance", QtWarningMsg)
 
-const QString portalService = QStringLiteral("org.freedesktop.portal.Desktop");
-const QString portalPath = QStringLiteral("/org/freedesktop/portal/desktop");
-const QString portalInterface = QStringLiteral("org.freedesktop.portal.Settings");
+const QString settingsInterface = Portal::interfaceNamed(QStringLiteral("Settings"));
 const QString settingsGroup = QStringLiteral("org.freedesktop.appearance");
 const QString settingsKey = QStringLiteral("color-scheme");
 
@@ -113,20 +112,18 @@ private:
         if (!bus.isConnected())
             return;
         // Naming the service here would make Qt wait for the bus to say who owns it.
-        if (!bus.connect(QString(), portalPath, portalInterface, QStringLiteral("SettingChanged"),
-                         this, SLOT(settingChanged(QDBusMessage))))
+        if (!bus.connect(QString(), Portal::path, settingsInterface,
+                         QStringLiteral("SettingChanged"), this,
+                         SLOT(settingChanged(QDBusMessage))))
             qCInfo(log) << "changes of the stated preference will go unnoticed";
         QDBusMessage question = QDBusMessage::createMethodCall(
-            portalService, portalPath, portalInterface, QStringLiteral("Read"));
+            Portal::service, Portal::path, settingsInterface, QStringLiteral("Read"));
         question << settingsGroup << settingsKey;
-        auto *watcher = new QDBusPendingCallWatcher(bus.asyncCall(question), this);
-        connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher] {
-            watcher->deleteLater();
-            const QDBusPendingReply<QDBusVariant> reply = *watcher;
-            if (reply.isError())
-                qCInfo(log) << "no stated preference:" << reply.error().message();
-            else
+        callBus(bus, question, this, [this](const QDBusReply<QDBusVariant> &reply) {
+            if (reply.isValid())
                 setStated(statedScheme(reply.value().variant()));
+            else
+                qCInfo(log) << "no stated preference:" << reply.error().message();
         });
     }
 

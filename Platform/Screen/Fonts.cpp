@@ -3,7 +3,6 @@
 #include "Platform/Core/SharedLibrary.h"
 
 #include <QFontDatabase>
-#include <QFontInfo>
 #include <QGuiApplication>
 #include <QScreen>
 

@@ -1,9 +1,9 @@
 #include "Platform/Screen/OrdinaryWindow.h"
 
 #include "Platform/Core/UserTime.h"
+#include "Platform/Core/X11Events.h"
 #include "Platform/Screen/X11.h"
 
-#include <QAbstractNativeEventFilter>
 #include <QCoreApplication>
 #include <QGuiApplication>
 #include <QWidget>
@@ -22,8 +22,6 @@ constexpr std::uint32_t sourceUser = 2;
 constexpr std::uint32_t iconicState = 3;
 constexpr auto stackingProperty = "_NET_CLIENT_LIST_STACKING";
 
-constexpr std::uint8_t eventKind = 0x7F; // without the mark of an event that a client sent
-
 bool isOurs(X11::Window window)
 {
     const auto windows = QGuiApplication::topLevelWindows();
@@ -34,13 +32,12 @@ bool isOurs(X11::Window window)
 
 /// Follows the window manager's own list of who stands above whom: windows come forward by clicks
 /// that move no focus as well.
-class Foreground final : public QObject, public QAbstractNativeEventFilter
+class Foreground final : public QObject
 {
 public:
     explicit Foreground(QWidget &window)
         : m_window(window)
     {
-        qApp->installNativeEventFilter(this);
         // Without a manager only our own windows come forward, and always with the keyboard.
         connect(qGuiApp, &QGuiApplication::focusWindowChanged, this, [this](QWindow *focused) {
             if (focused != nullptr && m_window.isVisible() && !m_server.hasManager() &&
@@ -50,15 +47,13 @@ public:
     }
 
 private:
-    bool nativeEventFilter(const QByteArray &, void *message, qintptr *) override
+    void noticeStacking(const X11Event &event)
     {
-        const auto *event = static_cast<const xcb_generic_event_t *>(message);
-        if ((event->response_type & eventKind) != XCB_PROPERTY_NOTIFY || !m_window.isVisible())
-            return false;
-        const auto *change = reinterpret_cast<const xcb_property_notify_event_t *>(event);
-        if (change->window == m_server.root() && change->atom == m_server.atom(stackingProperty))
+        if (event.kind != XCB_PROPERTY_NOTIFY || !m_window.isVisible())
+            return;
+        const auto &change = event.as<xcb_property_notify_event_t>();
+        if (change.window == m_server.root() && change.atom == m_server.atom(stackingProperty))
             restack();
-        return false;
     }
 
     void restack()
@@ -115,6 +110,10 @@ private:
 
     X11::Server m_server = *X11::Server::current();
     QWidget &m_window;
+    const Subscription m_xEvents = onX11Event([this](const X11Event &event) {
+        noticeStacking(event);
+        return X11Verdict::Pass;
+    });
 };
 
 } // namespace

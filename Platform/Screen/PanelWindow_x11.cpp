@@ -1,9 +1,9 @@
 #include "Platform/Screen/PanelWindow_x11.h"
 
 #include "Platform/Core/UserTime.h"
+#include "Platform/Core/X11Events.h"
 #include "Platform/Screen/X11.h"
 
-#include <QAbstractNativeEventFilter>
 #include <QApplication>
 #include <QBitmap>
 #include <QEvent>
@@ -22,7 +22,6 @@ using SteadyClock = std::chrono::steady_clock;
 
 constexpr auto windowClass = "brevio\0Brevio\0";
 constexpr auto windowClassLength = 14;
-constexpr std::uint8_t sentByClient = 0x80;
 constexpr std::uint32_t allDesktops = 0xFFFFFFFF;
 /// "A direct user action": unlike an application's own wish it is not weighed against what the user
 /// did in the meantime.
@@ -36,7 +35,7 @@ constexpr double outsideSmoothEdge = 1.0;
 /// A window manager that has not handed over the keyboard by then has refused to.
 constexpr auto answerTime = std::chrono::milliseconds(500);
 
-class X11PanelWindow final : public QObject, public QAbstractNativeEventFilter, public PanelWindow
+class X11PanelWindow final : public QObject, public PanelWindow
 {
 public:
     X11PanelWindow(QWidget &window, double cornerRadius)
@@ -44,7 +43,6 @@ public:
         , m_cornerRadius(cornerRadius)
     {
         window.installEventFilter(this);
-        QCoreApplication::instance()->installNativeEventFilter(this);
     }
 
     void present() override;
@@ -54,11 +52,11 @@ public:
 
 protected:
     bool eventFilter(QObject *watched, QEvent *event) override;
-    bool nativeEventFilter(const QByteArray &type, void *message, qintptr *result) override;
 
 private:
     [[nodiscard]] X11::Window handle() const { return static_cast<X11::Window>(m_window.winId()); }
     [[nodiscard]] bool isComposed() const { return m_server.ownerOf("_NET_WM_CM_S0") != 0; }
+    X11Verdict filterXEvent(const X11Event &event);
     void paintAhead();
     void cutCorners(bool isComposed);
     void showOpacity(bool isComposed);
@@ -86,6 +84,8 @@ private:
     bool m_isMapped = false;
     /// When the keyboard was asked for, until it came.
     std::optional<SteadyClock::time_point> m_asked;
+    const Subscription m_xEvents =
+        onX11Event([this](const X11Event &event) { return filterXEvent(event); });
 };
 
 void X11PanelWindow::present()
@@ -202,34 +202,30 @@ bool X11PanelWindow::eventFilter(QObject *watched, QEvent *event)
     return false;
 }
 
-bool X11PanelWindow::nativeEventFilter(const QByteArray &, void *message, qintptr *)
+X11Verdict X11PanelWindow::filterXEvent(const X11Event &event)
 {
     if (m_window.internalWinId() == 0)
-        return false; // and none is made for an event of another window
-    const auto *event = static_cast<const xcb_generic_event_t *>(message);
-    const auto kind = event->response_type & ~sentByClient;
+        return X11Verdict::Pass; // and none is made for an event of another window
     // Qt drops the activation of a window that loses the keyboard again at once.
-    if (kind == XCB_FOCUS_IN &&
-        reinterpret_cast<const xcb_focus_in_event_t *>(event)->event == handle()) {
+    if (event.kind == XCB_FOCUS_IN && event.as<xcb_focus_in_event_t>().event == handle()) {
         m_asked.reset();
         QMetaObject::invokeMethod(this, &X11PanelWindow::noticeKeyboard, Qt::QueuedConnection);
     }
-    if (kind == XCB_MAP_NOTIFY &&
-        reinterpret_cast<const xcb_map_notify_event_t *>(event)->window == handle()) {
+    if (event.kind == XCB_MAP_NOTIFY && event.as<xcb_map_notify_event_t>().window == handle()) {
         m_isMapped = true;
         // Painting comes first.
         QMetaObject::invokeMethod(this, &X11PanelWindow::restateSticky, Qt::QueuedConnection);
     }
-    if (kind == XCB_PROPERTY_NOTIFY) {
-        const auto *change = reinterpret_cast<const xcb_property_notify_event_t *>(event);
-        if (change->window == handle() && change->atom == m_server.atom("_NET_WM_STATE")) {
+    if (event.kind == XCB_PROPERTY_NOTIFY) {
+        const auto &change = event.as<xcb_property_notify_event_t>();
+        if (change.window == handle() && change.atom == m_server.atom("_NET_WM_STATE")) {
             // Qt would read each of the wishes again; with the mapping it reads the outcome anyway.
             if (!m_isMapped)
-                return true;
+                return X11Verdict::Swallow;
             restateSticky();
         }
     }
-    return false;
+    return X11Verdict::Pass;
 }
 
 /// A window that is hidden and shown again within a moment never lost the keyboard as far as Qt's

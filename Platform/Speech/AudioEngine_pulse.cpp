@@ -12,7 +12,6 @@
 #include <cstring>
 #include <future>
 #include <mutex>
-#include <optional>
 #include <string>
 #include <utility>
 #include <vector>

@@ -20,7 +20,7 @@ namespace {
 
 Q_LOGGING_CATEGORY(permissionsLog, "brevio.permissions", QtCriticalMsg)
 
-const QString deviceInterface = QStringLiteral("org.freedesktop.portal.Device");
+const QString deviceInterface = Portal::interfaceNamed(QStringLiteral("Device"));
 
 struct Wording
 {

@@ -7,7 +7,6 @@
 
 #include <QLoggingCategory>
 
-#include <optional>
 #include <utility>
 #include <vector>
 

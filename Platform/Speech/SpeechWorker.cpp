@@ -4,22 +4,16 @@
 
 #include <QLoggingCategory>
 
-#include <malloc.h>
-
 #include <algorithm>
 #include <exception>
-#include <system_error>
 #include <utility>
 
 namespace Platform {
 
 namespace {
 
-using namespace std::chrono_literals;
-
 Q_LOGGING_CATEGORY(speechLog, "brevio.speech", QtCriticalMsg)
 
-constexpr auto unusedDelay = 10min;
 /// Samples that are decoded between two looks at whether anybody still wants them.
 constexpr std::size_t pieceSize = 1024;
 
@@ -46,15 +40,31 @@ struct SpeechWorker::Recognition
         isCancelled = true;
         request->endAudio(); // wakes the worker
     }
+
+    /// Tells the listener; to be called on the main thread.
+    IdleWorker::Reply report(const SpeechResult &result) const
+    {
+        return [result, open = listener] {
+            const auto heard = open.lock();
+            if (!heard)
+                return;
+            heard->isOver = result.isFinal;
+            heard->handler(result); // may destroy the worker
+        };
+    }
+
+    IdleWorker::Reply failure() const
+    {
+        request->endAudio(); // nobody takes what follows
+        return report({{}, true, true});
+    }
 };
 
 class SpeechWorker::Task final : public SpeechTask
 {
 public:
-    Task(std::weak_ptr<SpeechWorker> worker, std::shared_ptr<Recognition> recognition,
-         std::shared_ptr<Listener> listener)
-        : m_worker(std::move(worker))
-        , m_recognition(std::move(recognition))
+    Task(std::shared_ptr<Recognition> recognition, std::shared_ptr<Listener> listener)
+        : m_recognition(std::move(recognition))
         , m_listener(std::move(listener))
     {}
     ~Task() override { cancel(); }
@@ -63,39 +73,29 @@ public:
     {
         // What the handler owns goes last: it may own this.
         const auto listener = std::exchange(m_listener, nullptr);
-        if (!listener || std::exchange(listener->isOver, true))
-            return;
-        m_recognition->cancel();
-        if (const auto worker = m_worker.lock())
-            worker->releaseLater();
+        if (listener && !std::exchange(listener->isOver, true))
+            m_recognition->cancel();
     }
 
 private:
-    std::weak_ptr<SpeechWorker> m_worker;
     std::shared_ptr<Recognition> m_recognition;
     std::shared_ptr<Listener> m_listener;
 };
 
 SpeechWorker::SpeechWorker(UserDefaults &defaults, MainQueue &queue)
-    : m_queue(queue)
-    , m_adaptations(defaults)
+    : m_adaptations(defaults)
+    , m_worker(queue, [this] { unload(); })
 {}
 
 SpeechWorker::~SpeechWorker()
 {
-    {
-        const std::lock_guard lock(m_mutex);
-        if (m_current)
-            m_current->cancel();
-        m_waiting.clear();
-        m_isReleasing = true;
-        m_wake.notify_one();
+    for (const auto &each : m_recognitions) {
+        if (const auto recognition = each.lock())
+            recognition->cancel();
     }
-    if (m_thread.joinable())
-        m_thread.join();
 }
 
-std::unique_ptr<SpeechTask> SpeechWorker::recognize(std::shared_ptr<SpeechModel> model,
+std::unique_ptr<SpeechTask> SpeechWorker::recognize(const std::shared_ptr<SpeechModel> &model,
                                                     std::shared_ptr<SpeechRequest> request,
                                                     SpeechRecognizer::Handler handler)
 {
@@ -103,105 +103,37 @@ std::unique_ptr<SpeechTask> SpeechWorker::recognize(std::shared_ptr<SpeechModel>
     auto recognition = std::make_shared<Recognition>();
     recognition->request = std::move(request);
     recognition->adaptations = m_adaptations.of(model->engine);
-    recognition->model = std::move(model);
+    recognition->model = model;
     recognition->listener = listener;
-    if (!enqueue(recognition))
-        fail(*recognition);
-    return std::make_unique<Task>(weak_from_this(), std::move(recognition), std::move(listener));
+    std::erase_if(m_recognitions, [](const auto &each) { return each.expired(); });
+    m_recognitions.push_back(recognition);
+    if (!m_worker.run([this, recognition] { return perform(*recognition); }))
+        m_worker.post(recognition->failure());
+    return std::make_unique<Task>(std::move(recognition), std::move(listener));
 }
 
-bool SpeechWorker::enqueue(const std::shared_ptr<Recognition> &recognition)
+IdleWorker::Reply SpeechWorker::perform(const Recognition &recognition)
 {
-    const std::lock_guard lock(m_mutex);
-    if (!m_isRunning) {
-        if (m_thread.joinable())
-            m_thread.join(); // it has done its last already
-        try {
-            m_thread = std::thread(&SpeechWorker::run, this);
-        } catch (const std::system_error &error) {
-            qCInfo(speechLog) << "no thread:" << error.what();
-            return false;
-        }
-        m_isRunning = true;
-    }
-    m_waiting.push_back(recognition);
-    m_isReleasing = false;
-    m_wake.notify_one();
-    return true;
-}
-
-void SpeechWorker::releaseLater()
-{
-    m_unused = m_queue.schedule(unusedDelay, [this] { release(); });
-}
-
-void SpeechWorker::release()
-{
-    const std::lock_guard lock(m_mutex);
-    // Another task has begun since, whose end comes here again.
-    if (m_current || !m_waiting.empty())
-        return;
-    m_isReleasing = true;
-    m_wake.notify_one();
-}
-
-void SpeechWorker::run()
-{
-    std::unique_lock lock(m_mutex);
-    while (true) {
-        m_wake.wait(lock, [this] { return m_isReleasing || !m_waiting.empty(); });
-        if (m_waiting.empty()) {
-            lock.unlock();
-            m_engine.reset();
-            m_loaded.reset();
-            malloc_trim(0); // what was freed would stay the program's
-            lock.lock();
-            if (m_waiting.empty())
-                break;
-        }
-        m_current = std::move(m_waiting.front());
-        m_waiting.pop_front();
-        const auto current = m_current;
-        lock.unlock();
-        if (!current->isCancelled)
-            perform(*current);
-        lock.lock();
-        m_current.reset();
-    }
-    m_isRunning = false;
-}
-
-void SpeechWorker::perform(const Recognition &recognition)
-{
-    QString transcript;
-    bool isDone = false;
+    if (recognition.isCancelled)
+        return {};
     try {
-        isDone = prepare(recognition.model) && decode(recognition, transcript);
+        QString transcript;
+        if (prepare(recognition.model) && decode(recognition, transcript))
+            return recognition.report({transcript, true, false});
     } catch (const std::exception &error) { // no memory, or what a library throws at us
         qCInfo(speechLog) << recognition.model->engine << "threw" << error.what();
         if (m_loaded != recognition.model)
             recognition.model->isUsable = false;
-        m_engine.reset(); // its state is unknown
-        m_loaded.reset();
+        unload(); // the engine's state is unknown
     }
-    if (isDone)
-        deliver(recognition, {transcript, true, false});
-    else
-        fail(recognition);
-}
-
-void SpeechWorker::fail(const Recognition &recognition)
-{
-    recognition.request->endAudio(); // nobody takes what follows
-    deliver(recognition, {{}, true, true});
+    return recognition.failure();
 }
 
 bool SpeechWorker::prepare(const std::shared_ptr<SpeechModel> &model)
 {
     if (m_loaded == model)
         return true;
-    m_engine.reset(); // two models at once would take twice the memory
-    m_loaded.reset();
+    unload(); // two models at once would take twice the memory
     if (!model->isUsable)
         return false;
     auto engine = model->make();
@@ -240,7 +172,7 @@ bool SpeechWorker::decode(const Recognition &recognition, QString &transcript)
             continue;
         const QString words = m_engine->partial();
         if (words != transcript)
-            deliver(recognition, {words, false, false});
+            m_worker.post(recognition.report({words, false, false}));
         transcript = words;
     }
     transcript.clear();
@@ -267,31 +199,15 @@ void SpeechWorker::learn(const Recognition &recognition, const std::string &micr
     const QByteArray adaptation = m_engine->adaptation();
     if (adaptation.isEmpty() || microphone.empty())
         return;
-    QMetaObject::invokeMethod(
-        &m_mainThread,
-        [this, engine = recognition.model->engine, microphone, adaptation] {
-            m_adaptations.store(engine, microphone, adaptation);
-        },
-        Qt::QueuedConnection);
+    m_worker.post([this, engine = recognition.model->engine, microphone, adaptation] {
+        m_adaptations.store(engine, microphone, adaptation);
+    });
 }
 
-void SpeechWorker::deliver(const Recognition &recognition, const SpeechResult &result)
+void SpeechWorker::unload()
 {
-    // Whoever hears of its end may release the model at once.
-    if (const std::lock_guard lock(m_mutex); result.isFinal && m_current.get() == &recognition)
-        m_current.reset();
-    QMetaObject::invokeMethod(
-        &m_mainThread,
-        [this, result, open = recognition.listener] {
-            const auto listener = open.lock();
-            if (!listener)
-                return;
-            listener->isOver = result.isFinal;
-            if (result.isFinal)
-                releaseLater();
-            listener->handler(result); // may destroy the worker
-        },
-        Qt::QueuedConnection);
+    m_engine.reset();
+    m_loaded.reset();
 }
 
 } // namespace Platform

@@ -1,19 +1,16 @@
 #pragma once
 
-#include "Platform/Core/MainQueue.h"
+#include "Platform/Core/IdleWorker.h"
 #include "Platform/Speech/SpeechAdaptations.h"
 #include "Platform/Speech/SpeechEngine.h"
 #include "Platform/Speech/SpeechRecognizer.h"
 
-#include <QObject>
-
 #include <atomic>
-#include <condition_variable>
-#include <deque>
 #include <functional>
 #include <memory>
-#include <mutex>
-#include <thread>
+#include <span>
+#include <string>
+#include <vector>
 
 namespace Platform {
 
@@ -28,7 +25,7 @@ struct SpeechModel
 /// Runs recognitions one after the other on a thread of its own, which exists only while a model
 /// is loaded: one model at a time, that of the latest recognition, released after ten minutes
 /// without one. Owned by the recognisers. Main thread only, but for what says otherwise.
-class SpeechWorker final : public std::enable_shared_from_this<SpeechWorker>
+class SpeechWorker final
 {
 public:
     /// Both must outlive the object.
@@ -40,7 +37,7 @@ public:
     SpeechWorker &operator=(const SpeechWorker &) = delete;
 
     /// As SpeechRecognizer::recognitionTask(). The task may outlive the worker.
-    [[nodiscard]] std::unique_ptr<SpeechTask> recognize(std::shared_ptr<SpeechModel> model,
+    [[nodiscard]] std::unique_ptr<SpeechTask> recognize(const std::shared_ptr<SpeechModel> &model,
                                                         std::shared_ptr<SpeechRequest> request,
                                                         SpeechRecognizer::Handler handler);
 
@@ -49,38 +46,20 @@ private:
     struct Recognition;
     class Task;
 
-    /// False when the system gives no thread.
-    [[nodiscard]] bool enqueue(const std::shared_ptr<Recognition> &recognition);
-    void releaseLater();
-    void release();
-
     // On the worker's thread.
-    void run();
-    void perform(const Recognition &recognition);
+    [[nodiscard]] IdleWorker::Reply perform(const Recognition &recognition);
     [[nodiscard]] bool decode(const Recognition &recognition, QString &transcript);
     [[nodiscard]] bool feed(const Recognition &recognition, std::span<const std::int16_t> samples);
     [[nodiscard]] bool prepare(const std::shared_ptr<SpeechModel> &model);
     void learn(const Recognition &recognition, const std::string &microphone);
+    void unload();
 
-    // On any thread; the listener hears of it on the main one.
-    void fail(const Recognition &recognition);
-    void deliver(const Recognition &recognition, const SpeechResult &result);
-
-    MainQueue &m_queue;
-    MainQueue::Pending m_unused;
     SpeechAdaptations m_adaptations;
-    QObject m_mainThread; ///< reports are posted to it
+    std::vector<std::weak_ptr<Recognition>> m_recognitions; ///< those not over, and perhaps others
 
     std::unique_ptr<SpeechEngine> m_engine; ///< the worker thread's, as the next
     std::shared_ptr<SpeechModel> m_loaded;  ///< what the engine was made from
-
-    std::mutex m_mutex; ///< guards the five below
-    std::condition_variable m_wake;
-    std::deque<std::shared_ptr<Recognition>> m_waiting;
-    std::shared_ptr<Recognition> m_current; ///< null between recognitions
-    bool m_isReleasing = false;
-    bool m_isRunning = false;
-    std::thread m_thread;
+    IdleWorker m_worker;                    ///< last, as its jobs use the above
 };
 
 } // namespace Platform

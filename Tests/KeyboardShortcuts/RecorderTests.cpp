@@ -121,6 +121,7 @@ private Q_SLOTS:
         row("a combination", int(Qt::META) | int(Qt::ALT) | Qt::Key_N, u"⌃⌥N"_s, false);
         row("an item elsewhere", int(Qt::CTRL) | Qt::Key_N, u"⌘N"_s, false);
         row("shift and a function key", int(Qt::SHIFT) | Qt::Key_F5, u"⇧F5"_s, false);
+        row("what desktops list without using it", Qt::Key_F12, u"F12"_s, false);
         row("shift and a letter", int(Qt::SHIFT) | Qt::Key_N, u"="_s, true);
         row("a digit of the keypad", int(Qt::KeypadModifier) | Qt::Key_5, u"="_s, true);
         row("delete", Qt::Key_Delete, QString(), true);
@@ -133,6 +134,7 @@ private Q_SLOTS:
         QFETCH(bool, records);
         const auto keys = QKeyCombination::fromCombined(combined);
         const bool isRefused = text == u"=";
+        f->reserved = {{111, 0}};
         start();
         s->press(keys.key(), keys.keyboardModifiers());
         QCOMPARE(s->recorder->text(), isRefused ? u"⇧⌘Space"_s : text);
@@ -141,6 +143,24 @@ private Q_SLOTS:
         QCOMPARE(m_changes.size(), isRefused ? 0 : 1);
         QCOMPARE(s->triggered, 0);
         QCOMPARE(s->recorder->findChild<QToolButton *>()->isHidden(), text.isEmpty());
+    }
+
+    void aKeyThatIsHeldCountsOnce()
+    {
+        const auto repeat = [this](Qt::Key key, Qt::KeyboardModifiers held = {}) {
+            QKeyEvent event(QEvent::KeyPress, key, held, {}, true);
+            QApplication::sendEvent(s->recorder, &event);
+        };
+        start();
+        repeat(Qt::Key_Space); // which may have started it
+        repeat(Qt::Key_Delete);
+        repeat(Qt::Key_N, ctrlAlt);
+        repeat(Qt::Key_Escape);
+        QVERIFY(isRecording());
+        QCOMPARE(f->beeps + m_changes.size(), 0);
+        s->press(Qt::Key_Escape);
+        repeat(Qt::Key_Space);
+        QVERIFY(!isRecording());
     }
 
     void aRecordedShortcutWorksAtOnceAndAlsoWhenItIsTheSame()
@@ -159,6 +179,9 @@ private Q_SLOTS:
         QCOMPARE(m_changes, QStringList({u"⌃⌥N"_s, u"⌃⌥N"_s}));
         Name::summon().setShortcut(Shortcut(Key::k, Modifier::Command));
         QCOMPARE(s->recorder->text(), u"⌘K"_s);
+        f->layout.characters[40] = u"t"_s;
+        f->layout.announce();
+        QCOMPARE(s->recorder->text(), u"⌘T"_s);
     }
 
     void theKeyboardAloneGetsInAndOut()

@@ -4,7 +4,6 @@
 //   answer       what it answers to every question, word for word, in place of JSON with words
 //   fail-model, fail-recognizer, fail-accept   makes that call fail
 
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <string>
@@ -26,10 +25,7 @@ struct VoskModel
     std::filesystem::path folder;
     std::vector<std::string> words;
 
-    [[nodiscard]] bool has(const char *file) const
-    {
-        return std::filesystem::exists(folder / file);
-    }
+    [[nodiscard]] bool has(const char *file) const { return exists(folder / file); }
 };
 
 struct VoskRecognizer
@@ -37,19 +33,15 @@ struct VoskRecognizer
     const VoskModel &model;
     std::size_t heard = 0; // words, pauses among them
     std::size_t begin = 0; // of the segment
-    int pending = 0;       // samples that make no word yet
     std::string answer;
 
     const char *say(const char *key, bool isEnd)
     {
-        std::string words;
-        for (std::size_t i = begin; i < heard; ++i) {
-            if (model.words[i] != "|")
-                words += (words.empty() ? "" : " ") + model.words[i];
-        }
-        if (isEnd)
-            begin = heard;
-        answer = std::string("{ \"") + key + "\" : \"" + words + "\" }";
+        answer = std::string("{ \"") + key + "\" : \"";
+        for (std::size_t i = begin; i < heard; ++i)
+            answer += model.words[i] == "|" ? "" : model.words[i] + ' ';
+        answer += "\" }";
+        begin = isEnd ? heard : begin;
         if (model.has("answer"))
             std::getline(std::ifstream(model.folder / "answer"), answer, '\0');
         return answer.c_str();
@@ -84,7 +76,7 @@ EXPORT VoskRecognizer *vosk_recognizer_new(VoskModel *model, float sampleRate)
     if (sampleRate != 16000.0f || model->has("fail-recognizer"))
         return nullptr;
     ++alive;
-    return new VoskRecognizer{*model, 0, 0, 0, {}};
+    return new VoskRecognizer{*model, 0, 0, {}};
 }
 
 EXPORT void vosk_recognizer_free(VoskRecognizer *recognizer)
@@ -96,7 +88,6 @@ EXPORT void vosk_recognizer_free(VoskRecognizer *recognizer)
 EXPORT void vosk_recognizer_reset(VoskRecognizer *recognizer)
 {
     recognizer->heard = recognizer->begin = 0;
-    recognizer->pending = 0;
 }
 
 EXPORT int vosk_recognizer_accept_waveform_s(VoskRecognizer *recognizer, const short *samples,
@@ -105,10 +96,8 @@ EXPORT int vosk_recognizer_accept_waveform_s(VoskRecognizer *recognizer, const s
     const auto &words = recognizer->model.words;
     if (recognizer->model.has("fail-accept") || !samples)
         return -1;
-    recognizer->pending += count;
     bool hasPaused = false;
-    for (; recognizer->pending >= samplesPerWord && recognizer->heard < words.size();
-         recognizer->pending -= samplesPerWord)
+    for (; count >= samplesPerWord && recognizer->heard < words.size(); count -= samplesPerWord)
         hasPaused = words[recognizer->heard++] == "|";
     return hasPaused ? 1 : 0;
 }
@@ -123,10 +112,8 @@ EXPORT const char *vosk_recognizer_result(VoskRecognizer *recognizer)
     return recognizer->say("text", true);
 }
 
-EXPORT const char *vosk_recognizer_final_result(VoskRecognizer *recognizer)
-{
-    return recognizer->say("text", true);
-}
+EXPORT const char *vosk_recognizer_final_result(VoskRecognizer *)
+    __attribute__((alias("vosk_recognizer_result")));
 
 /// How many models and recognisers were not freed.
 EXPORT int standin_alive()

@@ -175,6 +175,19 @@ private Q_SLOTS:
         }
     }
 
+    void anInterruptionKeepsWhatWasHeard()
+    {
+        Speaker speaker;
+        speaker.hold();
+        speaker.audioEngine.feed({1, 2});
+        speaker.audioEngine.interrupt();
+        const auto sound = speaker.recognizer().tasks.back()->request->take();
+        QCOMPARE(sound.samples.size(), std::size_t(2));
+        QVERIFY(sound.isOver); // so that its words are looked at a last time
+        speaker.recognizer().finish(QStringLiteral("Heard"));
+        QCOMPARE(speaker.partials, QStringList{u"Heard"_qs});
+    }
+
     void doesWithoutWhatIsMissing()
     {
         Speaker speaker;

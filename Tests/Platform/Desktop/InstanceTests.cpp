@@ -19,6 +19,9 @@
 #include <list>
 
 #include <sys/prctl.h>
+#include <sys/socket.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
 using namespace Qt::StringLiterals;
 using Platform::Instance;
@@ -35,13 +38,10 @@ const QString busVariable = u"DBUS_SESSION_BUS_ADDRESS"_s;
 const QString actionId = u"make-tea"_s;
 constexpr const char *roleVariable = "INSTANCE_TESTS_FOLDER"; // set: be a copy on that folder
 constexpr const char *busyVariable = "INSTANCE_TESTS_BUSY";   // set: be slow and impatient
+constexpr const char *aloneVariable = "INSTANCE_TESTS_ALONE"; // set: all others are other users
+constexpr const char *inVain = "InstanceTests is already running and does not answer.\nsecond\n";
 constexpr auto shortPatience = milliseconds(300);
 constexpr int howLong = 60000; // milliseconds that anything may take
-
-constexpr const char *busConfiguration = R"(<busconfig><type>session</type>
-<listen>unix:dir=%1</listen><auth>EXTERNAL</auth><servicedir>%1</servicedir>
-<policy context="default"><allow send_destination="*" eavesdrop="true"/><allow eavesdrop="true"/>
-<allow own="*"/></policy></busconfig>)";
 
 /// One copy of a program that says what happens to it.
 int runCopy(const QString &folder)
@@ -126,6 +126,15 @@ sys.stdin.read()
 
 } // namespace
 
+/// Stands before the C library's, for the whole executable.
+extern "C" int getsockopt(int socket, int level, int option, void *value, socklen_t *size) noexcept
+{
+    const auto result = ::syscall(SYS_getsockopt, socket, level, option, value, size);
+    if (level == SOL_SOCKET && option == SO_PEERCRED && qEnvironmentVariableIsSet(aloneVariable))
+        ++static_cast<ucred *>(value)->uid;
+    return static_cast<int>(result);
+}
+
 class InstanceTests final : public QObject
 {
     Q_OBJECT
@@ -157,27 +166,31 @@ class InstanceTests final : public QObject
         return *static_cast<const bool *>(onBus) ? m_onBus : m_offBus;
     }
 
+    static QProcessEnvironment with(QProcessEnvironment environment, const char *variable)
+    {
+        environment.insert(QLatin1String(variable), u"1"_s);
+        return environment;
+    }
+
 private Q_SLOTS:
     void init()
     {
         m_folder = std::make_unique<QTemporaryDir>();
-        const auto put = [&](const QString &name, const QString &text) {
-            return Files::replaceAtomically(m_folder->filePath(name), text.toUtf8());
-        };
-        QVERIFY(put(u"bus.conf"_s, QString::fromLatin1(busConfiguration).arg(m_folder->path())));
+        const QString services = m_folder->filePath(u"dbus-1/services"_s);
         // The bus swallows what a program says that it starts; the shell stays, as its parent.
-        QVERIFY(put(u"tests.service"_s,
-                    u"[D-BUS Service]\nName=%1\nExec=/bin/sh -c \"%2 > %3; :\"\n"_s.arg(
-                        applicationId, QCoreApplication::applicationFilePath(), log())));
+        const QString service = u"[D-BUS Service]\nName=%1\nExec=/bin/sh -c \"%2 > %3; :\"\n"_s.arg(
+            applicationId, QCoreApplication::applicationFilePath(), log());
+        QVERIFY(Files::makeFolder(services) &&
+                Files::replaceAtomically(services + u"/tests.service"_s, service.toUtf8()));
         m_offBus = QProcessEnvironment::systemEnvironment();
         m_offBus.remove(busVariable);
         m_offBus.remove(u"XDG_ACTIVATION_TOKEN"_s);
         m_offBus.insert(u"XDG_RUNTIME_DIR"_s, m_folder->path());
+        m_offBus.insert(u"XDG_DATA_HOME"_s, m_folder->path());
         m_offBus.insert(QLatin1String(roleVariable), store());
         m_bus = std::make_unique<Copy>(
             m_offBus, u"dbus-daemon"_s,
-            QStringList{u"--config-file="_s + m_folder->filePath(u"bus.conf"_s), u"--nofork"_s,
-                        u"--print-address=1"_s});
+            QStringList{u"--session"_s, u"--nofork"_s, u"--print-address=1"_s});
         QVERIFY(m_bus->says("guid="));
         const QByteArray said = m_bus->said(); // complaints may stand around the address
         const QByteArray address = said.mid(said.indexOf("unix:"));
@@ -229,15 +242,9 @@ private Q_SLOTS:
     void aBusyFirstCopyHearsOfItLater_data() { addRows(); }
     void aBusyFirstCopyHearsOfItLater()
     {
-        auto early = environment("firstOnBus");
-        early.insert(QLatin1String(busyVariable), u"1"_s);
-        Copy first(early);
+        Copy first(with(environment("firstOnBus"), busyVariable));
         QVERIFY(first.says("first\n"));
-        auto later = environment("secondOnBus");
-        later.insert(QLatin1String(busyVariable), u"1"_s);
-        Copy second(later);
-        QVERIFY(
-            second.endsSaying("InstanceTests is already running and does not answer.\nsecond\n"));
+        QVERIFY(Copy(with(environment("secondOnBus"), busyVariable)).endsSaying(inVain));
         first.wake();
         QVERIFY(first.says("[]"));
     }
@@ -254,20 +261,29 @@ private Q_SLOTS:
         QCOMPARE(first.said().count("asked"), 1);
     }
 
+    void otherUsersAreNeitherHeardNorAsked()
+    {
+        Copy first(with(m_offBus, aloneVariable));
+        QVERIFY(first.says("launched\n"));
+        QVERIFY(Copy(with(m_offBus, busyVariable)).endsSaying(inVain));
+        QVERIFY(Copy(with(m_offBus, aloneVariable)).says("first\nlaunched\n"));
+        QCOMPARE(first.said(), "first\nlaunched\n"_ba);
+    }
+
     void whatMadeTheDesktopStartItIsKnownAtTheLaunch()
     {
         const QString address = m_onBus.value(busVariable);
         auto bus = QDBusConnection::connectToBus(address, address);
-        const auto act = [&] {
+        const auto act = [&](const QString &action) {
             auto message = QDBusMessage::createMethodCall(
                 applicationId, u'/' + QString(applicationId).replace(u'.', u'/'),
                 u"org.freedesktop.Application"_s, u"ActivateAction"_s);
-            message << actionId << QVariantList{1, u"two"_s}
+            message << action << QVariantList{1, u"two"_s}
                     << QVariantMap{{u"desktop-startup-id"_s, u"x_TIME99"_s}};
             return bus.call(message).errorMessage();
         };
         // The bus starts the program for this one; the next finds it running.
-        const QString complaint = act();
+        const QString complaint = act(actionId);
         const uint started = bus.interface()->servicePid(applicationId);
         const auto end = qScopeGuard([=] {
             if (started > 1)
@@ -276,8 +292,10 @@ private Q_SLOTS:
         });
         QCOMPARE(complaint, QString());
         QVERIFY(logSays("first\nlaunched by [make-tea]\n"));
-        QCOMPARE(act(), QString());
+        QCOMPARE(act(u"make-coffee"_s), QString()); // unknown, so nothing comes of it
+        QCOMPARE(act(actionId), QString());
         QVERIFY(logSays("asked [make-tea] at 99"));
+        QVERIFY(!Files::read(log())->contains("coffee"));
     }
 };
 

@@ -1,6 +1,7 @@
 #include "Platform/Desktop/SpellChecker.h"
 
 #include "Tests/Support/ManualTime.h"
+#include "Tests/Support/ThreadShortage.h"
 
 #include <QDir>
 #include <QTemporaryDir>
@@ -92,6 +93,22 @@ private Q_SLOTS:
         QTRY_COMPARE(threads(), m_idleThreads);
         QCOMPARE(m_queue.pendingJobs(), 0);
         QCOMPARE(wrong(word), word);
+    }
+
+    void whileTheSystemGivesNoThreadNothingIsChecked()
+    {
+        const QStringList word{QStringLiteral("recieve")};
+        ThreadShortage::isOn = true;
+        bool isAnswered = false;
+        const auto answer = [&](const QStringList &) { isAnswered = true; };
+        const std::array unanswered{m_checker->check(word, answer),
+                                    m_checker->suggest(word.front(), answer)};
+        m_checker->learn(QStringLiteral("brevity"));
+        m_checker->release();
+        ThreadShortage::isOn = false;
+        QCOMPARE(wrong(word), word); // asked later and answered
+        QVERIFY(!isAnswered);
+        QVERIFY(m_checker->isAvailable());
     }
 
     void aDroppedQuestionIsNotAnswered()

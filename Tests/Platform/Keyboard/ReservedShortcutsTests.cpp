@@ -13,7 +13,7 @@ namespace {
 
 constexpr ModifierFlags shift = Modifier::Shift, super = Modifier::Control, alt = Modifier::Option,
                         ctrl = Modifier::Command;
-using List = ReservedShortcuts::Combinations;
+using List = std::vector<KeyCombination>;
 
 void write(const QString &path, const QByteArray &bytes)
 {

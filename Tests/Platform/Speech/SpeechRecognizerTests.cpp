@@ -5,6 +5,7 @@
 
 #include "Tests/Support/FakeSpeechEngine.h"
 #include "Tests/Support/ManualTime.h"
+#include "Tests/Support/ThreadShortage.h"
 
 #include <QJsonArray>
 #include <QTemporaryDir>
@@ -199,6 +200,18 @@ private Q_SLOTS:
         }
     }
 
+    void withoutAThreadATaskFailsAndTheNextTriesAgain()
+    {
+        ThreadShortage::isOn = true;
+        const auto task = recognize(m_request);
+        QVERIFY(waitForEnd());
+        QCOMPARE(m_results, QStringList(u"!"_s));
+        QVERIFY(m_request->take().isOver); // what is said is not kept
+        ThreadShortage::isOn = false;
+        QVERIFY(m_recognizer->isAvailable());
+        QCOMPARE(recognizeAll(), u"1.#"_s);
+    }
+
     void anUnusedModelIsReleasedAndLoadedAgain()
     {
         QCOMPARE(recognizeAll(), u"1.#"_s);
@@ -207,7 +220,7 @@ private Q_SLOTS:
         QTRY_COMPARE(m_results.last(), u"1"_s);
         m_queue->advance(30min); // somebody thinks
         task.reset();            // nothing else wakes the worker
-        QCOMPARE(m_queue->pendingJobs(), 1);
+        QTRY_COMPARE(m_queue->pendingJobs(), 1);
         m_queue->advance(9min);
         QCOMPARE(recognizeAll(), u"1.#"_s);
         QCOMPARE(m_script->takeLog().count(u"load"_s), 1);

@@ -1,8 +1,8 @@
 #include "Platform/Core/SharedLibrary.h"
 #include "Platform/Speech/SpeechEngine.h"
+#include "Platform/Storage/Files.h"
 
 #include <QCoreApplication>
-#include <QDir>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -17,9 +17,8 @@ private:
     void write(const QString &path, const QByteArray &content = {})
     {
         const QString full = m_folder->filePath(path);
-        QVERIFY(QDir().mkpath(QFileInfo(full).path()));
-        QFile file(full);
-        QVERIFY(file.open(QFile::WriteOnly) && file.write(content) == content.size());
+        QVERIFY(Platform::Files::makeFolder(QFileInfo(full).path()) &&
+                Platform::Files::replaceAtomically(full, content));
     }
     void addModel(const QString &name)
     {
@@ -50,48 +49,41 @@ private Q_SLOTS:
                             library()));
     }
 
-    void theBestModelForTheLanguageIsTaken_data()
-    {
-        QTest::addColumn<QString>("models"); // the file after "=" is the sidecar
-        QTest::addColumn<QString>("locale");
-        QTest::addColumn<QString>("expected"); // empty: no engine
-        const auto row = [](const char *name, const char *models, const char *locale,
-                            const char *expected) {
-            QTest::newRow(name) << QString::fromLatin1(models) << QString::fromLatin1(locale)
-                                << QString::fromLatin1(expected);
-        };
-        row("region, either spelling", "vosk-model-en-us-0.22", "en-US", "vosk-model-en-us-0.22");
-        row("exact before large", "vosk-model-small-en-in-0.4 vosk-model-en-us-0.22", "en_IN.UTF-8",
-            "vosk-model-small-en-in-0.4");
-        row("the plain language before another region",
-            "vosk-model-small-pt-0.3 vosk-model-pt-fb-1", "pt_BR", "vosk-model-small-pt-0.3");
-        row("large before small", "vosk-model-small-de-0.15 vosk-model-de-tuda-0.6-900k", "de_CH",
-            "vosk-model-de-tuda-0.6-900k");
-        row("newest of equals", "vosk-model-de-0.21 vosk-model-de-0.6 vosk-model-de-0.15", "de",
-            "vosk-model-de-0.21");
-        row("a country's name", "vosk-model-small-cn-0.22", "zh_Hans_CN",
-            "vosk-model-small-cn-0.22");
-        row("a model of voices", "vosk-model-spk-0.4 vosk-model", "sp", "");
-        row("the sidecar before the name", "vosk-model-de-0.21=fr-CA mine=en_GB", "en_GB", "mine");
-        row("the sidecar's language only", "vosk-model-de-0.21=fr-CA", "de", "");
-        row("no model inside", "!vosk-model-de-0.21 vosk-model-small-de-0.15", "de",
-            "vosk-model-small-de-0.15");
-    }
-
     void theBestModelForTheLanguageIsTaken()
     {
-        QFETCH(QString, models);
-        QFETCH(QString, locale);
-        QFETCH(QString, expected);
-        for (const QString &model : models.split(u' ', Qt::SkipEmptyParts)) {
-            const QString name = model.section(u'=', 0, 0).remove(u'!');
-            write(name + u"/words"_s, name.toUtf8());
-            if (!model.startsWith(u'!'))
-                addModel(name);
-            if (model.contains(u'='))
-                write(name + u"/locale"_s, model.section(u'=', 1).toUtf8());
+        // Folders, each with its sidecar's content after "="; without a model inside after "!".
+        const struct
+        {
+            const char *models, *locale, *expected;
+        } rows[] = {
+            {"vosk-model-en-us-0.22", "en-US", "vosk-model-en-us-0.22"},
+            // Exact before large, and the plain language before another region.
+            {"vosk-model-small-en-in-0.4 vosk-model-en-us-0.22", "en_IN.UTF-8",
+             "vosk-model-small-en-in-0.4"},
+            {"vosk-model-small-pt-0.3 vosk-model-pt-fb-1", "pt_BR", "vosk-model-small-pt-0.3"},
+            // Large before small, and then the newest.
+            {"vosk-model-small-de-0.15 vosk-model-de-tuda-0.6-900k", "de_CH",
+             "vosk-model-de-tuda-0.6-900k"},
+            {"vosk-model-de-0.21 vosk-model-de-0.6 vosk-model-de-0.15", "de", "vosk-model-de-0.21"},
+            {"vosk-model-small-cn-0.22", "zh_Hans_CN", "vosk-model-small-cn-0.22"},
+            {"vosk-model-spk-0.4 vosk-model", "sp", ""}, // of voices
+            // The sidecar's language before the name's, and no other.
+            {"vosk-model-de-0.21=fr-CA mine=en_GB", "en_GB", "mine"},
+            {"vosk-model-de-0.21=fr-CA", "de", ""},
+            {"!vosk-model-de-0.21 vosk-model-small-de-0.15", "de", "vosk-model-small-de-0.15"},
+        };
+        for (const auto &[models, locale, expected] : rows) {
+            init();
+            for (const QString &model : QString::fromLatin1(models).split(u' ')) {
+                const QString name = model.section(u'=', 0, 0).remove(u'!');
+                write(name + u"/words"_s, name.toUtf8());
+                if (!model.startsWith(u'!'))
+                    addModel(name);
+                if (model.contains(u'='))
+                    write(name + u"/locale"_s, model.section(u'=', 1).toUtf8());
+            }
+            QVERIFY2(hear(QLatin1String(locale)).toLower() == QLatin1String(expected), models);
         }
-        QCOMPARE(hear(locale).toLower(), expected);
     }
 
     void aModelNeedsALibrary()
