@@ -47,8 +47,7 @@ bool isIn(const QString &path, const QString &place)
 /// What is wrong with this line of that file; empty when nothing is.
 QString complaint(const QString &file, const QString &line)
 {
-    static const QRegularExpression includeForm(
-        u"^\\s*#\\s*include\\s*([\"<])([^\">]+)[\">]"_s);
+    static const QRegularExpression includeForm(u"^\\s*#\\s*include\\s*([\"<])([^\">]+)[\">]"_s);
     // Of Qt's classes and of the standard library, neither of which ends in .h. Qt's bus is native.
     static const QRegularExpression portableForm(u"^(?!QDBus|QtDBus)(Q[A-Za-z]+|[a-z_]+)$"_s);
     const auto include = includeForm.match(line);

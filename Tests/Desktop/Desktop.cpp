@@ -3,6 +3,7 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QJsonDocument>
+#include <QRegularExpression>
 
 #include <array>
 
@@ -14,13 +15,8 @@ constexpr const char *compositorSelection = "_NET_WM_CM_S0";
 
 /// A bus that starts nothing by itself: no portal, no accessibility bus, no settings daemon of
 /// this machine gets into a test.
-constexpr const char *busConfiguration = R"(<!DOCTYPE busconfig PUBLIC
- "-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN"
- "http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd">
-<busconfig>
-  <type>session</type>
+constexpr const char *busConfiguration = R"(<busconfig>
   <listen>unix:dir=%1</listen>
-  <auth>EXTERNAL</auth>
   <policy context="default">
     <allow send_destination="*" eavesdrop="true"/>
     <allow eavesdrop="true"/>
@@ -62,11 +58,11 @@ Desktop::Desktop(const DesktopOptions &options)
     }
 
     const QString mode = u"%1x%2x24"_s.arg(options.size.width()).arg(options.size.height());
-    const QByteArray number = startAndRead(m_server, u"Xvfb"_s,
-                                           {u"-displayfd"_s, u"1"_s, u"-screen"_s, u"0"_s, mode,
-                                            u"-nolisten"_s, u"tcp"_s, u"-noreset"_s});
-    m_environment.insert(u"DISPLAY"_s, u':' + QString::fromLatin1(number));
-    m_seat = std::make_unique<Seat>(number.isEmpty() ? QByteArray("none") : ':' + number);
+    const QString display = u':' + startAndRead(m_server, u"Xvfb"_s,
+                                                {u"-displayfd"_s, u"1"_s, u"-screen"_s, u"0"_s,
+                                                 mode, u"-nolisten"_s, u"tcp"_s, u"-noreset"_s});
+    m_environment.insert(u"DISPLAY"_s, display);
+    m_seat = std::make_unique<Seat>(display.toLatin1());
     if (!m_seat->isConnected()) {
         fail("Xvfb");
         return;
@@ -74,7 +70,7 @@ Desktop::Desktop(const DesktopOptions &options)
     setMonitors(options.monitors);
     startBus(options.sessionBus);
     startWindowManager(options.windowManager);
-    if (options.compositor == Compositor::Picom)
+    if (options.isComposed)
         startCompositor();
 }
 
@@ -85,8 +81,6 @@ Desktop::~Desktop()
         if (process)
             process->terminate();
     }
-    m_compositor.reset();
-    m_windowManager.reset();
 }
 
 void Desktop::fail(const char *what)
@@ -110,7 +104,7 @@ QString Desktop::defaultsPath() const
     return pathOf("XDG_CONFIG_HOME/Brevio/defaults.json");
 }
 
-void Desktop::write(const QString &path, const QByteArray &content) const
+void Desktop::write(const QString &path, const QByteArray &content)
 {
     QDir().mkpath(QFileInfo(path).path());
     QFile file(path);
@@ -120,14 +114,14 @@ void Desktop::write(const QString &path, const QByteArray &content) const
 
 QJsonArray Desktop::notes() const
 {
-    return readObject(notesPath()).value(u"notes").toArray();
+    return readObject(notesPath())[u"notes"].toArray();
 }
 
-QStringList Desktop::noteBodies() const
+QStringList Desktop::noteBodies(const QString &path)
 {
     QStringList bodies;
-    for (const auto note : notes())
-        bodies.append(note.toObject().value(u"body").toString());
+    for (const auto note : readObject(path)[u"notes"].toArray())
+        bodies.append(note[u"body"].toString());
     return bodies;
 }
 
@@ -142,20 +136,15 @@ std::unique_ptr<Process> Desktop::start(const QString &program, const QStringLis
     return std::make_unique<Process>(program, arguments, m_environment, m_home.filePath(log));
 }
 
-QByteArray Desktop::startAndRead(std::unique_ptr<Process> &process, const QString &program,
-                                 const QStringList &arguments)
+QString Desktop::startAndRead(std::unique_ptr<Process> &process, const QString &program,
+                              const QStringList &arguments)
 {
     process = start(program, arguments);
-    // Complaints may come first; the address is a whole line that looks like one.
-    QByteArray address;
+    // Complaints may come first; the address is a whole line.
+    const QRegularExpression line(u"^(\\d+|unix:.+)\\n"_s, QRegularExpression::MultilineOption);
+    QString address;
     (void)waitUntil([&] {
-        const auto output = process->output();
-        for (const auto &line : output.first(output.lastIndexOf('\n') + 1).split('\n')) {
-            bool isNumber = false;
-            (void)line.toInt(&isNumber);
-            if (isNumber || line.startsWith("unix:"))
-                address = line;
-        }
+        address = line.match(QString::fromUtf8(process->output())).captured(1);
         return !address.isEmpty() || !process->isRunning();
     });
     return address;
@@ -166,33 +155,29 @@ void Desktop::setMonitors(const QStringList &monitors)
     // The server's only output, "screen", goes to the first.
     for (const auto &monitor : monitors) {
         const bool isFirst = monitor == monitors.first();
-        const auto xrandr =
-            start(u"xrandr"_s, {u"--setmonitor"_s, isFirst ? u"*first"_s : u"second"_s, monitor,
-                                isFirst ? u"screen"_s : u"none"_s});
-        if (!xrandr->waitForEnd() || xrandr->exitCode() != 0)
+        const QStringList names =
+            isFirst ? QStringList{u"*first"_s, u"screen"_s} : QStringList{u"second"_s, u"none"_s};
+        if (!start(u"xrandr"_s, {u"--setmonitor"_s, names[0], monitor, names[1]})->endsWell())
             fail("xrandr");
     }
 }
 
 void Desktop::startBus(SessionBus bus)
 {
-    QByteArray address = "unix:path=/nonexistent";
+    QString address = u"unix:path=/nonexistent"_s;
     if (bus == SessionBus::Private) {
-        const QString configuration = pathOf("bus.conf");
-        write(configuration,
-              QString::fromLatin1(busConfiguration).arg(pathOf("XDG_RUNTIME_DIR")).toUtf8());
-        address = startAndRead(
-            m_bus, u"dbus-daemon"_s,
-            {u"--config-file="_s + configuration, u"--nofork"_s, u"--print-address=1"_s});
+        const QString file = pathOf("bus.conf");
+        write(file, QString::fromLatin1(busConfiguration).arg(pathOf("XDG_RUNTIME_DIR")).toUtf8());
+        address = startAndRead(m_bus, u"dbus-daemon"_s,
+                               {u"--config-file="_s + file, u"--nofork"_s, u"--print-address=1"_s});
         if (address.isEmpty())
             fail("dbus-daemon");
     } else if (bus == SessionBus::Silent) {
-        const QString socket = pathOf("silent-bus");
-        if (!m_silentBus.listen(socket))
+        address = u"unix:path="_s + pathOf("silent-bus");
+        if (!m_silentBus.listen(pathOf("silent-bus")))
             fail("a silent bus");
-        address = "unix:path=" + QFile::encodeName(socket);
     }
-    m_environment.insert(u"DBUS_SESSION_BUS_ADDRESS"_s, QString::fromLatin1(address));
+    m_environment.insert(u"DBUS_SESSION_BUS_ADDRESS"_s, address);
 }
 
 void Desktop::startWindowManager(WindowManager manager)

@@ -11,14 +11,13 @@
 #include <optional>
 
 enum class WindowManager { None, Openbox, Xfwm4 };
-enum class Compositor { None, Picom };
 /// Silent: takes connections and says nothing.
 enum class SessionBus { None, Private, Silent };
 
 struct DesktopOptions
 {
     WindowManager windowManager = WindowManager::Openbox;
-    Compositor compositor = Compositor::None;
+    bool isComposed = false;
     SessionBus sessionBus = SessionBus::Private;
     QSize size{1280, 800};
     /// As xrandr writes them; the first is the primary one. Empty: one, as large as the screen.
@@ -44,11 +43,12 @@ public:
     [[nodiscard]] QString notesPath() const;
     [[nodiscard]] QString defaultsPath() const;
     /// Writes the file, with the folders above it, before a program starts.
-    void write(const QString &path, const QByteArray &content) const;
+    static void write(const QString &path, const QByteArray &content);
 
     /// The notes and the settings as they are in the files now; empty without a file.
     [[nodiscard]] QJsonArray notes() const;
-    [[nodiscard]] QStringList noteBodies() const;
+    [[nodiscard]] QStringList noteBodies() const { return noteBodies(notesPath()); }
+    [[nodiscard]] static QStringList noteBodies(const QString &path);
     [[nodiscard]] QJsonObject defaults() const;
 
     std::unique_ptr<Process> start(const QString &program, const QStringList &arguments = {});
@@ -63,9 +63,9 @@ public:
 
 private:
     [[nodiscard]] QString pathOf(const char *name) const;
-    /// Starts a part of the desktop that prints its address in one line.
-    [[nodiscard]] QByteArray startAndRead(std::unique_ptr<Process> &process, const QString &program,
-                                          const QStringList &arguments);
+    /// Starts a part of the desktop that prints its address, as a number or a bus has it.
+    [[nodiscard]] QString startAndRead(std::unique_ptr<Process> &process, const QString &program,
+                                       const QStringList &arguments);
     void setMonitors(const QStringList &monitors);
     void startBus(SessionBus bus);
     void startWindowManager(WindowManager manager);

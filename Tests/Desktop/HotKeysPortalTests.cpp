@@ -30,7 +30,7 @@ class HotKeysPortalTests final : public QObject
 
     void startPortal(const QStringList &arguments)
     {
-        m_portal = m_desktop.start(QStringLiteral(SHORTCUTS_PORTAL), arguments);
+        m_portal = m_desktop.start(QStringLiteral(SCRIPTS "/shortcuts-portal.py"), arguments);
     }
     void startHotKeys()
     {

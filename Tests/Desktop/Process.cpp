@@ -64,7 +64,9 @@ void Process::terminate()
         m_process.terminate();
 }
 
-bool Process::waitForEnd()
+bool Process::endsWell()
 {
-    return !isAlive() || m_process.waitForFinished(millisecondsOfPatience);
+    return (!isAlive() || m_process.waitForFinished(millisecondsOfPatience)) &&
+           m_process.error() != QProcess::FailedToStart &&
+           m_process.exitStatus() == QProcess::NormalExit && m_process.exitCode() == 0;
 }

@@ -36,10 +36,9 @@ public:
 
     /// Asks it to end, without waiting.
     void terminate();
-    /// Waits for the program to end by itself. False when it does not in time.
-    [[nodiscard]] bool waitForEnd();
-    /// Only after the end.
-    [[nodiscard]] int exitCode() const { return m_process.exitCode(); }
+    /// Waits for the program to end by itself. False when it does not in time, ends with a
+    /// failure, or could not even be started.
+    [[nodiscard]] bool endsWell();
 
 private:
     /// As far as has been noticed.

@@ -4,9 +4,9 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <memory>
 
 #include <xcb/xcb.h>
-#include <xcb/xfixes.h>
 #include <xcb/xtest.h>
 #include <xkbcommon/xkbcommon.h>
 
@@ -27,55 +27,53 @@ struct FreeReply
     std::unique_ptr<name##_reply_t, FreeReply>(                                                    \
         name##_reply(connection, name(connection __VA_OPT__(, ) __VA_ARGS__), nullptr))
 
-const QHash<QByteArray, const char *> modifierKeys = {
-    {"ctrl", "Control_L"}, {"shift", "Shift_L"}, {"alt", "Alt_L"}};
+struct Modifier
+{
+    const char *key = nullptr;
+    std::uint16_t mask = 0;
+};
+const QHash<QByteArray, Modifier> modifiers = {{"ctrl", {"Control_L", XCB_MOD_MASK_CONTROL}},
+                                               {"shift", {"Shift_L", XCB_MOD_MASK_SHIFT}},
+                                               {"alt", {"Alt_L", XCB_MOD_MASK_1}}};
 
-const QHash<QByteArray, std::uint16_t> modifierMasks = {
-    {"ctrl", XCB_MOD_MASK_CONTROL}, {"shift", XCB_MOD_MASK_SHIFT}, {"alt", XCB_MOD_MASK_1}};
+std::uint16_t modifiersOf(const char *chord)
+{
+    std::uint16_t mask = 0;
+    for (const auto &part : QByteArray(chord).split('+'))
+        mask |= modifiers.value(part).mask;
+    return mask;
+}
 
 } // namespace
 
-struct Seat::Connection
-{
-    explicit Connection(const QByteArray &display)
-        : raw(xcb_connect(display.constData(), nullptr))
-    {}
-    ~Connection() { xcb_disconnect(raw); }
-    xcb_connection_t *raw;
-};
-
-struct Seat::Key
-{
-    std::uint8_t code = 0;
-    bool shifted = false;
-};
-
 Seat::Seat(const QByteArray &display)
-    : m_connection(std::make_unique<Connection>(display))
+    : m_connection(xcb_connect(display.constData(), nullptr))
 {
     if (!isConnected())
         return;
-    m_root = xcb_setup_roots_iterator(xcb_get_setup(m_connection->raw)).data->root;
+    m_root = xcb_setup_roots_iterator(xcb_get_setup(m_connection)).data->root;
     // On a machine that stands still between a press and its release the key would repeat.
     const std::uint32_t never = XCB_AUTO_REPEAT_MODE_OFF;
-    xcb_change_keyboard_control(m_connection->raw, XCB_KB_AUTO_REPEAT_MODE, &never);
+    xcb_change_keyboard_control(m_connection, XCB_KB_AUTO_REPEAT_MODE, &never);
     flush();
 }
 
-Seat::~Seat() = default;
+Seat::~Seat()
+{
+    xcb_disconnect(m_connection);
+}
 
 bool Seat::isConnected() const
 {
-    return xcb_connection_has_error(m_connection->raw) == 0;
+    return xcb_connection_has_error(m_connection) == 0;
 }
 
-Seat::Key Seat::keyFor(std::uint32_t symbol) const
+Seat::Keys Seat::keysFor(std::uint32_t symbol) const
 {
     // Read anew each time: a test may change the layout.
-    auto *c = m_connection->raw;
-    const auto *setup = xcb_get_setup(c);
+    const auto *setup = xcb_get_setup(m_connection);
     const auto first = setup->min_keycode;
-    const auto reply = REPLY(xcb_get_keyboard_mapping, c, first,
+    const auto reply = REPLY(xcb_get_keyboard_mapping, m_connection, first,
                              static_cast<std::uint8_t>(setup->max_keycode - first + 1));
     if (!reply)
         return {};
@@ -84,125 +82,113 @@ Seat::Key Seat::keyFor(std::uint32_t symbol) const
     const int columns = reply->keysyms_per_keycode;
     for (const int column : {0, 1}) {
         for (int at = column; at < count; at += columns) {
-            if (symbols[at] == symbol)
-                return {static_cast<std::uint8_t>(first + at / columns), column == 1};
+            if (symbols[at] != symbol)
+                continue;
+            Keys keys = column == 0 ? Keys() : keysFor(XKB_KEY_Shift_L);
+            keys.push_back(static_cast<std::uint8_t>(first + at / columns));
+            return keys;
         }
     }
     return {};
 }
 
-std::vector<std::uint8_t> Seat::keysOf(const char *chord) const
+Seat::Keys Seat::keysOf(const char *chord) const
 {
-    std::vector<std::uint8_t> keys;
+    Keys keys;
     for (const auto &part : QByteArray(chord).split('+')) {
-        const auto symbol =
-            xkb_keysym_from_name(modifierKeys.value(part, part.constData()), XKB_KEYSYM_NO_FLAGS);
-        keys.push_back(keyFor(symbol).code);
+        const auto found = keysFor(xkb_keysym_from_name(
+            modifiers.value(part, {part.constData()}).key, XKB_KEYSYM_NO_FLAGS));
+        if (found.empty())
+            return {};
+        keys.push_back(found.back());
     }
-    if (std::find(keys.begin(), keys.end(), 0) != keys.end())
-        keys.clear();
     return keys;
+}
+
+bool Seat::press(const std::vector<Keys> &chords)
+{
+    bool isPressed = true;
+    for (const auto &keys : chords) {
+        isPressed &= fakeKeys(XCB_KEY_PRESS, keys, betweenKeys);
+        fakeKeys(XCB_KEY_RELEASE, keys);
+    }
+    flush();
+    return isPressed;
 }
 
 bool Seat::press(const char *chords)
 {
-    std::vector<std::vector<std::uint8_t>> all;
+    std::vector<Keys> all;
     for (const auto &chord : QByteArray(chords).split(' '))
         all.push_back(keysOf(chord));
-    for (const auto &keys : all) {
-        fakeAll(XCB_KEY_PRESS, keys, betweenKeys);
-        fakeAll(XCB_KEY_RELEASE, {keys.rbegin(), keys.rend()});
-    }
-    flush();
-    return std::none_of(all.begin(), all.end(), [](const auto &keys) { return keys.empty(); });
-}
-
-bool Seat::keyDown(const char *chord)
-{
-    const auto keys = keysOf(chord);
-    fakeAll(XCB_KEY_PRESS, keys);
-    flush();
-    return !keys.empty();
-}
-
-bool Seat::keyUp(const char *chord)
-{
-    const auto keys = keysOf(chord);
-    fakeAll(XCB_KEY_RELEASE, {keys.rbegin(), keys.rend()});
-    flush();
-    return !keys.empty();
+    return press(all);
 }
 
 bool Seat::type(const QString &text)
 {
-    const auto shift = keyFor(XKB_KEY_Shift_L).code;
-    for (const auto character : text.toUcs4()) {
-        const auto key =
-            keyFor(character == U'\n' ? XKB_KEY_Return : xkb_utf32_to_keysym(character));
-        if (key.code == 0)
-            return false;
-        if (key.shifted)
-            fake(XCB_KEY_PRESS, shift);
-        fake(XCB_KEY_PRESS, key.code, {}, betweenKeys);
-        fake(XCB_KEY_RELEASE, key.code);
-        if (key.shifted)
-            fake(XCB_KEY_RELEASE, shift);
-    }
-    flush();
-    return true;
+    std::vector<Keys> all;
+    for (const auto character : text.toUcs4())
+        all.push_back(keysFor(xkb_utf32_to_keysym(character)));
+    return press(all);
 }
 
-std::uint16_t Seat::modifiersOf(const char *chord)
+bool Seat::keyDown(const char *chord)
 {
-    std::uint16_t mask = 0;
-    for (const auto &part : QByteArray(chord).split('+'))
-        mask |= modifierMasks.value(part);
-    return mask;
+    const bool isPressed = fakeKeys(XCB_KEY_PRESS, keysOf(chord));
+    flush();
+    return isPressed;
+}
+
+void Seat::keyUp(const char *chord)
+{
+    fakeKeys(XCB_KEY_RELEASE, keysOf(chord));
+    flush();
 }
 
 bool Seat::take(const char *chord)
 {
-    auto *c = m_connection->raw;
     const auto keys = keysOf(chord);
     if (keys.empty())
         return false;
-    const std::unique_ptr<xcb_generic_error_t, FreeReply> error(
-        xcb_request_check(c, xcb_grab_key_checked(c, 0, m_root, modifiersOf(chord), keys.back(),
-                                                  XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC)));
+    const std::unique_ptr<xcb_generic_error_t, FreeReply> error(xcb_request_check(
+        m_connection, xcb_grab_key_checked(m_connection, 0, m_root, modifiersOf(chord), keys.back(),
+                                           XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC)));
     return !error;
 }
 
 bool Seat::isTaken(const char *chord)
 {
-    auto *c = m_connection->raw;
     const auto keys = keysOf(chord);
     if (keys.empty())
         return false;
-    xcb_grab_server(c);
+    xcb_grab_server(m_connection);
     const bool isFree = take(chord);
     if (isFree)
-        xcb_ungrab_key(c, keys.back(), m_root, modifiersOf(chord));
-    xcb_ungrab_server(c);
-    xcb_flush(c);
+        xcb_ungrab_key(m_connection, keys.back(), m_root, modifiersOf(chord));
+    xcb_ungrab_server(m_connection);
+    flush();
     return !isFree;
 }
 
 void Seat::fake(std::uint8_t type, std::uint8_t detail, QPoint position, std::uint32_t delay)
 {
-    xcb_test_fake_input(m_connection->raw, type, detail, delay, m_root,
+    xcb_test_fake_input(m_connection, type, detail, delay, m_root,
                         static_cast<std::int16_t>(position.x()),
                         static_cast<std::int16_t>(position.y()), 0);
 }
 
-void Seat::fakeAll(std::uint8_t type, const std::vector<std::uint8_t> &keys, std::uint32_t delay)
+bool Seat::fakeKeys(std::uint8_t type, Keys keys, std::uint32_t delay)
 {
+    if (type == XCB_KEY_RELEASE)
+        std::reverse(keys.begin(), keys.end());
     for (const auto key : keys)
         fake(type, key, {}, delay);
+    return !keys.empty();
 }
 
 void Seat::flush()
 {
-    xcb_flush(m_connection->raw);
+    xcb_flush(m_connection);
 }
 
 void Seat::moveMouse(QPoint position)
@@ -231,14 +217,14 @@ void Seat::drag(QPoint from, QPoint to)
 
 std::uint32_t Seat::atom(const char *name) const
 {
-    const auto reply = REPLY(xcb_intern_atom, m_connection->raw, 0,
-                             static_cast<std::uint16_t>(qstrlen(name)), name);
+    const auto reply =
+        REPLY(xcb_intern_atom, m_connection, 0, static_cast<std::uint16_t>(qstrlen(name)), name);
     return reply ? reply->atom : 0;
 }
 
 QByteArray Seat::text(Window window, const char *property) const
 {
-    const auto reply = REPLY(xcb_get_property, m_connection->raw, 0, window, atom(property),
+    const auto reply = REPLY(xcb_get_property, m_connection, 0, window, atom(property),
                              XCB_GET_PROPERTY_TYPE_ANY, 0, longestProperty);
     if (!reply)
         return {};
@@ -258,13 +244,13 @@ std::vector<std::uint32_t> Seat::property(Window window, const char *name) const
 
 Seat::Window Seat::focus() const
 {
-    const auto reply = REPLY(xcb_get_input_focus, m_connection->raw);
+    const auto reply = REPLY(xcb_get_input_focus, m_connection);
     return reply ? reply->focus : 0;
 }
 
 std::vector<Seat::Window> Seat::children(Window window) const
 {
-    const auto reply = REPLY(xcb_query_tree, m_connection->raw, window);
+    const auto reply = REPLY(xcb_query_tree, m_connection, window);
     if (!reply)
         return {};
     const auto *list = xcb_query_tree_children(reply.get());
@@ -288,53 +274,43 @@ Seat::Window Seat::find(const QString &title) const
 
 bool Seat::isVisible(Window window) const
 {
-    const auto reply = REPLY(xcb_get_window_attributes, m_connection->raw, window);
+    const auto reply = REPLY(xcb_get_window_attributes, m_connection, window);
     return reply && reply->map_state == XCB_MAP_STATE_VIEWABLE &&
            reply->_class == XCB_WINDOW_CLASS_INPUT_OUTPUT;
 }
 
 QRect Seat::geometry(Window window) const
 {
-    auto *c = m_connection->raw;
-    const auto size = REPLY(xcb_get_geometry, c, window);
-    const auto corner = REPLY(xcb_translate_coordinates, c, window, m_root, 0, 0);
+    const auto size = REPLY(xcb_get_geometry, m_connection, window);
+    const auto corner = REPLY(xcb_translate_coordinates, m_connection, window, m_root, 0, 0);
     if (!size || !corner)
         return {};
     return {corner->dst_x, corner->dst_y, size->width, size->height};
 }
 
-QStringList Seat::states(Window window) const
+bool Seat::hasProperty(Window window, const char *name, const QByteArray &value) const
 {
-    QStringList names;
-    for (const auto state : property(window, "_NET_WM_STATE")) {
-        const auto reply = REPLY(xcb_get_atom_name, m_connection->raw, state);
-        if (reply)
-            names.append(QString::fromLatin1(xcb_get_atom_name_name(reply.get()),
-                                             xcb_get_atom_name_name_length(reply.get()))
-                             .remove(QStringLiteral("_NET_WM_STATE_")));
-    }
-    names.sort();
-    return names;
+    const auto values = property(window, name);
+    return std::find(values.begin(), values.end(), atom(value.constData())) != values.end();
 }
 
 Seat::Window Seat::selectionOwner(const char *name) const
 {
-    const auto reply = REPLY(xcb_get_selection_owner, m_connection->raw, atom(name));
+    const auto reply = REPLY(xcb_get_selection_owner, m_connection, atom(name));
     return reply ? reply->owner : 0;
 }
 
 void Seat::setProperty(Window window, const char *name, const std::vector<std::uint32_t> &values)
 {
-    xcb_change_property(m_connection->raw, XCB_PROP_MODE_REPLACE, window, atom(name),
-                        XCB_ATOM_CARDINAL, 32, static_cast<std::uint32_t>(values.size()),
-                        values.data());
-    xcb_flush(m_connection->raw);
+    xcb_change_property(m_connection, XCB_PROP_MODE_REPLACE, window, atom(name), XCB_ATOM_CARDINAL,
+                        32, static_cast<std::uint32_t>(values.size()), values.data());
+    flush();
 }
 
 QImage Seat::picture(QRect part) const
 {
     const auto reply = REPLY(
-        xcb_get_image, m_connection->raw, XCB_IMAGE_FORMAT_Z_PIXMAP, m_root,
+        xcb_get_image, m_connection, XCB_IMAGE_FORMAT_Z_PIXMAP, m_root,
         static_cast<std::int16_t>(part.x()), static_cast<std::int16_t>(part.y()),
         static_cast<std::uint16_t>(part.width()), static_cast<std::uint16_t>(part.height()), ~0U);
     if (!reply)
@@ -348,20 +324,4 @@ QColor Seat::pixel(QPoint position) const
 {
     const auto image = picture(QRect(position, QSize(1, 1)));
     return image.isNull() ? QColor() : image.pixelColor(0, 0);
-}
-
-QImage Seat::cursorImage() const
-{
-    auto *c = m_connection->raw;
-    // The server answers no other question of this kind before this one.
-    const auto version = REPLY(xcb_xfixes_query_version, c, XCB_XFIXES_MAJOR_VERSION, 0);
-    const auto reply = REPLY(xcb_xfixes_get_cursor_image, c);
-    if (!version || !reply)
-        return {};
-    const auto *pixels = xcb_xfixes_get_cursor_image_cursor_image(reply.get());
-    QImage image = QImage(reinterpret_cast<const uchar *>(pixels), reply->width, reply->height,
-                          QImage::Format_ARGB32_Premultiplied)
-                       .copy();
-    image.setOffset({reply->xhot, reply->yhot});
-    return image;
 }

@@ -3,11 +3,12 @@
 #include <QColor>
 #include <QImage>
 #include <QRect>
-#include <QStringList>
+#include <QString>
 
 #include <cstdint>
-#include <memory>
 #include <vector>
+
+struct xcb_connection_t;
 
 /// The person in front of a virtual screen: presses keys, moves the mouse, looks at windows and
 /// pixels. Coordinates are pixels from the top-left corner of the whole desktop.
@@ -30,8 +31,8 @@ public:
     /// the keys.
     bool press(const char *chords);
     bool keyDown(const char *chord);
-    bool keyUp(const char *chord);
-    /// Types characters that the keyboard has plain or with Shift; '\n' is Return.
+    void keyUp(const char *chord);
+    /// Types characters that the keyboard has plain or with Shift.
     bool type(const QString &text);
     /// Keeps the chord for itself, like another program; false when one does already.
     bool take(const char *chord);
@@ -54,9 +55,10 @@ public:
     [[nodiscard]] bool isVisible(Window window) const;
     /// Where the window is on the desktop, without decorations.
     [[nodiscard]] QRect geometry(Window window) const;
-    /// Names of _NET_WM_STATE without that prefix, sorted: "ABOVE", "STICKY".
-    [[nodiscard]] QStringList states(Window window) const;
     [[nodiscard]] std::vector<std::uint32_t> property(Window window, const char *name) const;
+    /// Whether the value is one of those that the property names: "_NET_WM_STATE" names
+    /// "_NET_WM_STATE_ABOVE".
+    [[nodiscard]] bool hasProperty(Window window, const char *name, const QByteArray &value) const;
     [[nodiscard]] QByteArray text(Window window, const char *property) const;
     void setProperty(Window window, const char *name, const std::vector<std::uint32_t> &values);
     [[nodiscard]] Window selectionOwner(const char *name) const;
@@ -64,22 +66,21 @@ public:
     // Pixels.
     [[nodiscard]] QColor pixel(QPoint position) const;
     [[nodiscard]] QImage picture(QRect part) const;
-    /// The pointer as it looks now, which no picture shows; its hot spot is the image's offset.
-    [[nodiscard]] QImage cursorImage() const;
 
 private:
-    struct Connection;
-    struct Key;
+    using Keys = std::vector<std::uint8_t>;
     [[nodiscard]] std::uint32_t atom(const char *name) const;
-    [[nodiscard]] Key keyFor(std::uint32_t symbol) const;
-    [[nodiscard]] std::vector<std::uint8_t> keysOf(const char *chord) const;
-    [[nodiscard]] static std::uint16_t modifiersOf(const char *chord);
+    /// With Shift where the symbol needs it. Empty when the keyboard does not have it.
+    [[nodiscard]] Keys keysFor(std::uint32_t symbol) const;
+    [[nodiscard]] Keys keysOf(const char *chord) const;
+    bool press(const std::vector<Keys> &chords);
     /// The server waits the delay out first, in milliseconds. Nothing is sent before a flush.
     void fake(std::uint8_t type, std::uint8_t detail, QPoint position = {},
               std::uint32_t delay = 0);
-    void fakeAll(std::uint8_t type, const std::vector<std::uint8_t> &keys, std::uint32_t delay = 0);
+    /// The keys of a chord, those of a release the other way round; false for none.
+    bool fakeKeys(std::uint8_t type, Keys keys, std::uint32_t delay = 0);
     void flush();
 
-    std::unique_ptr<Connection> m_connection;
+    xcb_connection_t *m_connection;
     Window m_root = 0;
 };

@@ -1,19 +1,8 @@
 #include "Tests/Desktop/Session.h"
 
-#include <QDateTime>
-#include <QFile>
-#include <QJsonDocument>
-#include <QUuid>
+#include "Brevio/Notes/StoreFile.h"
 
 using namespace Qt::StringLiterals;
-namespace {
-
-constexpr const char *shortcut = "ctrl+shift+space";
-const auto cardTitle = u"Brevio"_s;
-const QColor tileInLight(251, 246, 230);
-constexpr QPoint inFirstTile(20, 85); // and left of the card's text
-
-} // namespace
 
 Session::Session(const DesktopOptions &options, const Prepare &prepare)
     : desktop(options)
@@ -31,19 +20,11 @@ Session::Session(const DesktopOptions &options, const Prepare &prepare)
 
 bool Session::isReady()
 {
-    return desktop.problem().isEmpty() && shortcutIsInForce() && putPreferencesAway();
-}
-
-bool Session::putPreferencesAway()
-{
-    if (!waitUntil([this] { return card() != 0 || preferences() != 0; }))
+    if (!desktop.problem().isEmpty() || !shortcutIsInForce() ||
+        !waitUntil([this] { return card() != 0 || preferences() != 0; }))
         return false;
-    if (card() != 0)
-        return true;
-    if (!desktop.waitForFocus(preferences()) || !seat.press("Escape") ||
-        !waitUntil([this] { return preferences() == 0; }))
-        return false;
-    return letVictimHaveKeyboard();
+    return card() != 0 || (desktop.waitForFocus(preferences()) && seat.press("Escape") &&
+                           preferencesAreGone() && letVictimHaveKeyboard());
 }
 
 /// Without a window manager only a click can move the keyboard, and one that comes in the instant
@@ -58,11 +39,6 @@ bool Session::letVictimHaveKeyboard()
     });
 }
 
-void Session::startBrevio()
-{
-    brevio = desktop.startBrevio();
-}
-
 bool Session::ends()
 {
     const auto id = static_cast<std::uint32_t>(brevio->id());
@@ -70,7 +46,7 @@ bool Session::ends()
         return seat.property(window, "_NET_WM_PID") == std::vector{id};
     };
     // The server may hear of the end of a program after those who waited for it.
-    return brevio->waitForEnd() && brevio->exitCode() == 0 && waitUntil([&] {
+    return brevio->endsWell() && waitUntil([&] {
                const auto all = seat.children(seat.root());
                return std::none_of(all.begin(), all.end(), isItsWindow);
            });
@@ -81,14 +57,9 @@ bool Session::shortcutIsInForce()
     return waitUntil([this] { return seat.isTaken(shortcut); });
 }
 
-bool Session::summon()
-{
-    return seat.press(shortcut) && cardIsUp();
-}
-
 bool Session::cardIsUp()
 {
-    return desktop.waitForFocus(desktop.waitForWindow(cardTitle));
+    return desktop.waitForFocus(desktop.waitForWindow(u"Brevio"_s));
 }
 
 bool Session::cardIsGone()
@@ -96,40 +67,50 @@ bool Session::cardIsGone()
     return waitUntil([this] { return card() == 0; }) && desktop.waitForFocus(victimWindow);
 }
 
+bool Session::openGrid()
+{
+    seat.click(on(gridButtonCenter));
+    return gridShows();
+}
+
+bool Session::colorIs(QPoint point, const QColor &color)
+{
+    return waitUntil([&] { return seat.pixel(on(point)) == color; });
+}
+
 Seat::Window Session::preferences() const
 {
     return seat.find(u"Brevio Preferences"_s);
 }
 
-Seat::Window Session::card() const
+bool Session::preferencesAreGone()
 {
-    return seat.find(cardTitle);
+    return waitUntil([this] { return preferences() == 0; });
 }
 
-bool Session::openGrid()
+Seat::Window Session::menu() const
 {
-    seat.click(on(gridButtonCenter));
-    return waitUntil([this] { return seat.pixel(on(inFirstTile)) == tileInLight; });
-}
-
-bool Session::cardShows()
-{
-    return waitUntil([this] { return seat.pixel(on(inFirstTile)) == creamInLight; });
-}
-
-bool Session::sheetIs(const QColor &color)
-{
-    return waitUntil([&] { return seat.pixel(on({6, 140})) == color; });
-}
-
-QPoint Session::on(QPoint point)
-{
-    return seat.geometry(card()).topLeft() + point;
+    // The window manager has put every other window of the program into a frame.
+    for (const auto window : seat.children(seat.root())) {
+        if (seat.text(window, "WM_CLASS").startsWith("brevio") && seat.isVisible(window))
+            return window;
+    }
+    return 0;
 }
 
 bool Session::storeHolds(const QStringList &bodies)
 {
     return waitUntil([&] { return desktop.noteBodies() == bodies; });
+}
+
+bool Session::isPinned(int note)
+{
+    return waitUntil([&] { return desktop.notes()[note][u"isPinned"].toBool(); });
+}
+
+bool Session::settingIs(const char *name, const QJsonValue &value)
+{
+    return waitUntil([&] { return desktop.defaults()[QLatin1String(name)] == value; });
 }
 
 bool Session::victimReads(const QByteArray &text)
@@ -139,17 +120,11 @@ bool Session::victimReads(const QByteArray &text)
 
 QByteArray Session::storeOf(const QStringList &bodies)
 {
-    QJsonArray notes;
-    const auto now = QDateTime::currentDateTimeUtc();
-    for (const auto &body : bodies) {
-        const QString time = now.addSecs(-1 - notes.size()).toString(Qt::ISODate);
-        notes.append(QJsonObject{{u"body"_s, body},
-                                 {u"createdAt"_s, time},
-                                 {u"id"_s, QUuid::createUuid().toString(QUuid::WithoutBraces)},
-                                 {u"isPinned"_s, false},
-                                 {u"lastEditedAt"_s, time}});
-    }
-    return QJsonDocument(QJsonObject{{u"notes"_s, notes}}).toJson();
+    Brevio::NoteList notes;
+    auto time = std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now());
+    for (const auto &body : bodies)
+        notes.push_back(Brevio::Note::create(time -= std::chrono::seconds(1), body));
+    return Brevio::StoreFile::encode(notes, {});
 }
 
 void Session::leaveEmptyStore(Desktop &desktop)

@@ -17,53 +17,44 @@ constexpr auto longEnough = std::chrono::milliseconds(700); // for a question, o
 /// A desktop with a microphone, and Brevio on it.
 struct Room
 {
-    explicit Room(bool isAllowed = true, WindowManager manager = WindowManager::Openbox)
-        : session({.windowManager = manager}, [this, isAllowed](Desktop &desktop) {
+    Room(WindowManager manager, const QByteArray &defaults)
+        : session({.windowManager = manager}, [&](Desktop &desktop) {
             Session::leaveEmptyStore(desktop);
-            if (isAllowed)
-                desktop.write(desktop.defaultsPath(), consent);
-            sound.putInto(desktop.environment());
+            desktop.write(desktop.defaultsPath(), defaults);
+            desktop.environment().insert(sound.variables());
         })
     {}
 
     [[nodiscard]] bool isReady()
     {
-        if (!sound.problem().isEmpty() || !session.isReady() || !session.summon())
-            return false;
-        card = session.card();
-        return true;
+        return sound.problem().isEmpty() && session.isReady() && session.summon() &&
+               (card = session.card()) != 0;
     }
     /// Holds the key and speaks; the key is still down when this returns.
     [[nodiscard]] bool speak()
     {
-        return session.seat.keyDown("alt") && isListening() && sound.play(recording) &&
+        return session.seat.keyDown("alt") && microphoneIsOpen(true) && sound.play(recording) &&
                sound.waitForPlayed();
     }
-    [[nodiscard]] bool isListening()
+    [[nodiscard]] bool microphoneIsOpen(bool isOpen)
     {
-        return waitUntil([this] { return sound.recordStreams() == 1; });
+        return waitUntil([&] { return sound.recordStreams() == int(isOpen); });
     }
-    [[nodiscard]] bool isQuiet()
+    /// Whether the card keeps the keyboard for a moment.
+    [[nodiscard]] bool isUndisturbed()
     {
-        return waitUntil([this] { return sound.recordStreams() == 0; });
-    }
-    /// Whether the card keeps the keyboard for so long.
-    [[nodiscard]] bool isUndisturbed(std::chrono::milliseconds span)
-    {
-        return !waitUntil([this] { return session.seat.focus() != card; }, span);
+        return !waitUntil([this] { return session.seat.focus() != card; }, longEnough);
     }
     /// Answers the question that is on the screen.
     [[nodiscard]] bool allow()
     {
         Seat::Window question = 0;
-        if (!waitUntil([&] {
-                question = session.seat.focus();
-                return question != card &&
-                       session.seat.text(question, "_NET_WM_NAME") == "Brevio" &&
-                       session.seat.isVisible(question);
-            }))
-            return false;
-        return session.seat.press("Tab") && session.seat.press("Return") &&
+        const auto isAsked = [&] {
+            question = session.seat.focus();
+            return question != card && session.seat.text(question, "_NET_WM_NAME") == "Brevio" &&
+                   session.seat.isVisible(question);
+        };
+        return waitUntil(isAsked) && session.seat.press("Tab") && session.seat.press("Return") &&
                waitUntil([&] { return !session.seat.isVisible(question); });
     }
 
@@ -79,14 +70,14 @@ class SpeakingTests final : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void theFirstHoldAsksTwiceAndTheNextOneWrites()
+    void theFirstHoldAsksTwiceAndTheNextOnesWrite()
     {
-        Room room(false);
+        Room room(WindowManager::Openbox, "{}");
         QVERIFY(room.isReady());
         Session &session = room.session;
         // A chord asks nothing.
         session.seat.press("alt");
-        QVERIFY(room.isUndisturbed(longEnough));
+        QVERIFY(room.isUndisturbed());
 
         session.seat.keyDown("alt");
         QVERIFY(waitUntil([&] { return session.seat.focus() != room.card; }));
@@ -95,73 +86,62 @@ private Q_SLOTS:
         QVERIFY(room.allow());
         QVERIFY(session.desktop.waitForFocus(room.card));
         QCOMPARE(room.sound.recordStreams(), 0); // nobody holds the key
-        QVERIFY(waitUntil([&] {
-            const auto defaults = session.desktop.defaults();
-            return defaults.value(u"brevio.microphoneAllowed") == QJsonValue(true) &&
-                   defaults.value(u"brevio.speechRecognitionAllowed") == QJsonValue(true);
-        }));
+        QVERIFY(session.settingIs("brevio.microphoneAllowed", true));
+        QVERIFY(session.settingIs("brevio.speechRecognitionAllowed", true));
 
         session.seat.type(u"A line"_s);
         QVERIFY(room.speak());
         session.seat.keyUp("alt");
-        QVERIFY(room.isQuiet());
-        QVERIFY(session.storeHolds({u"A line\n"_s + words}));
-    }
+        QVERIFY(room.microphoneIsOpen(false));
+        const QString first = u"A line\n"_s + words;
+        QVERIFY(session.storeHolds({first}));
 
-    void theKeyboardTakenAwayEndsTheDictation()
-    {
-        Room room;
-        QVERIFY(room.isReady());
-        Session &session = room.session;
+        // The keyboard taken away ends a dictation.
+        QVERIFY(session.keep() && session.summon());
         QVERIFY(room.speak());
-        QCOMPARE(session.desktop.noteBodies(), QStringList()); // not before the end
-        const auto other = session.desktop.startVictim();      // its window takes the keyboard
-        QVERIFY(room.isQuiet());
-        QVERIFY(session.storeHolds({words}));
+        QCOMPARE(session.desktop.noteBodies(), QStringList{first}); // not before the end
+        const auto other = session.desktop.startVictim();           // its window takes it
+        QVERIFY(room.microphoneIsOpen(false));
+        QVERIFY(session.storeHolds({words, first}));
         session.seat.keyUp("alt");
     }
 
-    void discardedWordsAreGoneAndTheNextHoldListens()
+    void discardedWordsAreGoneAndWhatIsMissingOrDiesIsSilent()
     {
         // Window managers keep Alt+Escape for themselves.
-        Room room(true, WindowManager::None);
+        Room room(WindowManager::None, consent);
         QVERIFY(room.isReady());
         Session &session = room.session;
         QVERIFY(room.speak());
         session.seat.press("Escape");
-        QVERIFY(room.isQuiet());
+        QVERIFY(room.microphoneIsOpen(false));
         session.seat.keyUp("alt");
         QVERIFY(session.cardIsGone());
         QVERIFY(session.summon());
         QVERIFY(room.speak());
         session.seat.press("ctrl+Return");
-        QVERIFY(room.isQuiet());
+        QVERIFY(room.microphoneIsOpen(false));
         QVERIFY(session.storeHolds({words}));
         session.seat.keyUp("alt");
-    }
+        QVERIFY(session.cardIsGone());
 
-    void whatIsMissingOrDiesIsSilent()
-    {
-        Room room;
-        QVERIFY(room.isReady());
-        Session &session = room.session;
+        QVERIFY(session.summon());
         session.seat.type(u"A line"_s);
         session.seat.keyDown("alt");
-        QVERIFY(room.isListening());
+        QVERIFY(room.microphoneIsOpen(true));
         QVERIFY(room.sound.play(recording));
-        QVERIFY(room.isUndisturbed(longEnough));
+        QVERIFY(room.isUndisturbed());
         room.sound.kill(); // in the middle of a word
-        QVERIFY(room.isUndisturbed(longEnough));
+        QVERIFY(room.isUndisturbed());
         session.seat.keyUp("alt");
         // No daemon at all now.
         session.seat.keyDown("alt");
-        QVERIFY(room.isUndisturbed(longEnough));
+        QVERIFY(room.isUndisturbed());
         session.seat.keyUp("alt");
-        session.seat.press("ctrl+Return");
-        QVERIFY(session.cardIsGone());
+        QVERIFY(session.keep());
         QVERIFY(waitUntil([&] {
             const auto bodies = session.desktop.noteBodies();
-            return bodies.size() == 1 && bodies.first().startsWith(u"A line"_s);
+            return bodies.size() == 2 && bodies.first().startsWith(u"A line"_s);
         }));
     }
 };

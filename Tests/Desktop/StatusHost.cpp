@@ -5,7 +5,7 @@
 using namespace Qt::StringLiterals;
 
 StatusHost::StatusHost(Desktop &desktop)
-    : m_process(desktop.start(QStringLiteral(STATUS_HOST)))
+    : m_process(desktop.start(QStringLiteral(SCRIPTS "/status-host.py")))
 {}
 
 QList<QJsonObject> StatusHost::events() const

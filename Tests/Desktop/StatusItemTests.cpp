@@ -1,4 +1,4 @@
-#include "Tests/Desktop/StatusHost.h"
+#include "Tests/Desktop/Session.h"
 
 #include <QTest>
 
@@ -10,7 +10,6 @@ constexpr QRect panelPlace(0, 776, 1280, 24);
 const QByteArray panel =
     "rounded = 0\nborder_width = 0\nbackground_color = %1 100\npanel_items = S\n"
     "panel_size = 100% 24\npanel_background_id = 1\n";
-const QByteArray toggle = "\n";
 
 } // namespace
 
@@ -39,56 +38,25 @@ class StatusItemTests final : public QObject
     }
 
 private Q_SLOTS:
-    void aNotifierHostHasTheIconWheneverItComes()
-    {
-        Desktop desktop;
-        QCOMPARE(desktop.problem(), QByteArray());
-        auto host = std::make_unique<StatusHost>(desktop);
-        const auto program = desktop.start(QStringLiteral(STATUS_PROGRAM));
-        const auto item = host->waitForItem();
-        QCOMPARE(item.value(u"id").toString(), u"Brevio"_s);
-        QCOMPARE(item.value(u"title").toString(), u"Brevio"_s);
-        QCOMPARE(item.value(u"toolTip").toString(), u"Brevio"_s);
-        QVERIFY(item.value(u"sizes").toArray().contains(22));
-
-        QCOMPARE(host->labels(), QStringList({u"Opening 1"_s, QString()}));
-        QVERIFY(host->choose(u"Opening 2"_s));
-        QVERIFY(waitUntil([&] { return program->output().contains("chosen\n"); }));
-        QVERIFY(host->activate());
-        QVERIFY(desktop.waitForWindow(u"Menu"_s) != 0);
-
-        host.reset();
-        host = std::make_unique<StatusHost>(desktop);
-        QVERIFY(!host->waitForItem().isEmpty());
-        QCOMPARE(host->labels().first(), u"Opening 4"_s);
-    }
-
     void anXTrayHasTheIconWheneverItComes()
     {
-        Desktop desktop;
-        QCOMPARE(desktop.problem(), QByteArray());
-        const auto program = desktop.start(QStringLiteral(STATUS_PROGRAM));
-        auto &seat = desktop.seat();
+        Session session;
+        QVERIFY(session.isReady());
+        Seat &seat = session.seat;
         for (const char *color : {"#202020", "#f0f0f0"}) {
             // The second one replaces one that died.
-            auto tray = startPanel(desktop, color);
-            const auto icon = desktop.waitForWindow(u"Brevio"_s);
-            QVERIFY(icon != 0);
+            const auto tray = startPanel(session.desktop, color);
+            const auto icon = session.desktop.waitForWindow(u"Brevio"_s);
             QVERIFY(waitUntil([&] { return panelPlace.contains(seat.geometry(icon)); }));
             QVERIFY(waitUntil([&] { return isDrawn(seat.picture(seat.geometry(icon))); }));
             seat.click(seat.geometry(icon).center());
-            QVERIFY(desktop.waitForWindow(u"Menu"_s) != 0);
-            // A menu is seen before it has the keyboard, which nobody else has here.
-            QVERIFY(waitUntil([&] { return seat.press("Escape") && seat.find(u"Menu"_s) == 0; }));
-
-            program->write(toggle);
-            QVERIFY(waitUntil([&] { return seat.find(u"Brevio"_s) == 0; }));
-            program->write(toggle);
-            QVERIFY(desktop.waitForWindow(u"Brevio"_s) != 0);
-            tray.reset();
+            QVERIFY(waitUntil([&] { return session.menu() != 0; }));
+            // It is seen before it has the keyboard.
+            QVERIFY(waitUntil([&] { return seat.press("Escape") && session.menu() == 0; }));
+            tray->terminate();
             QVERIFY(waitUntil([&] { return seat.find(u"Brevio"_s) == 0; }));
         }
-        QVERIFY(program->isRunning());
+        QVERIFY(session.brevio->isRunning());
     }
 };
 
