@@ -122,11 +122,6 @@ bool BoundedTextView::fits(const QString &text) const
     return usedHeight(text) <= bound();
 }
 
-bool BoundedTextView::fits(const QString &text) const
-{
-    return usedHeight(text) <= maxVisibleHeight + heightTolerance;
-}
-
 void BoundedTextView::setDictating(bool dictating)
 {
     m_isDictating = dictating;
