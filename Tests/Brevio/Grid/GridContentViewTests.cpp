@@ -280,6 +280,9 @@ private Q_SLOTS:
         scroll({0, -200}, {});
         QVERIFY(takes(Qt::Key_Menu) && openMenu());
         QCOMPARE(grid->scrollOffset(), 0.0); // where the menu is for
+        for (int row = 0; row < 3; ++row)
+            takes(Qt::Key_Down);
+        QCOMPARE(grid->scrollOffset(), 88.0); // no farther than to show it
     }
 
     void aScreenReaderHearsAndUsesEveryTile()
