@@ -108,7 +108,6 @@ double GridDocument::restingHeight() const
 
 void GridDocument::setTiles(Thumbs thumbs, NewCardThumbView newCard)
 {
-    m_slide.reset();
     m_thumbs = std::move(thumbs);
     m_newCard = std::move(newCard);
 }

@@ -49,7 +49,7 @@ public:
     /// The first tile that shows the note; none when there is none.
     [[nodiscard]] std::shared_ptr<NoteThumbView> thumbShowing(const QUuid &id) const;
 
-    /// Takes new tiles in the place of the old, without placing them.
+    /// Takes new tiles in the place of the old. layoutThumbs() must follow at once: it places them.
     void setTiles(Thumbs thumbs, NewCardThumbView newCard);
     /// Puts every tile in its place at once, a slide under way included.
     void layoutThumbs(double visibleHeight);

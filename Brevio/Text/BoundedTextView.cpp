@@ -21,6 +21,8 @@ namespace Brevio {
 
 namespace {
 
+/// How far above `maxVisibleHeight` a text may stand, in points.
+constexpr double heightTolerance = 1.0;
 /// A pasted text longer than this is first tried by its beginning.
 constexpr qsizetype longPaste = 8192;
 
@@ -109,6 +111,11 @@ void BoundedTextView::recordValidState()
     m_validUndoSteps = document()->availableUndoSteps();
     m_validRevision = document()->revision();
     rememberSelection();
+}
+
+double BoundedTextView::bound() const
+{
+    return maxVisibleHeight + heightTolerance;
 }
 
 double BoundedTextView::usedHeight(const QString &text) const

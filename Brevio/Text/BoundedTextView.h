@@ -21,9 +21,6 @@ class BoundedTextView final : public QTextEdit
     Q_OBJECT
 
 public:
-    /// How far above `maxVisibleHeight` a text may stand, in points.
-    static constexpr double heightTolerance = 1.0;
-
     /// The appearance chooses the microphone cursor and must outlive the view.
     explicit BoundedTextView(Platform::Appearance &appearance, QWidget *parent = nullptr);
 
@@ -41,7 +38,7 @@ public:
 
     /// The height of the text if this view showed it, in points.
     [[nodiscard]] double usedHeight(const QString &text) const;
-    /// Whether the card can show all of the text, the tolerance included.
+    /// Whether the card can show all of the text, a tolerance of one point included.
     [[nodiscard]] bool fits(const QString &text) const;
 
     /// While true the pointer over the view is a microphone.
@@ -87,7 +84,7 @@ private:
     void rollBack();
     void rememberSelection();
     void clipToWholeLines(double height);
-    [[nodiscard]] double bound() const { return maxVisibleHeight + heightTolerance; }
+    [[nodiscard]] double bound() const;
     void updateCursor();
 
     Platform::Appearance &m_appearance;

@@ -65,6 +65,7 @@ private Q_SLOTS:
         clicks.clear();
         grid->onThumbClick = [this](const QUuid &id) { clicks << id; };
     }
+
     void tilesFillThreeColumnsAndThePlusIsLast()
     {
         for (const auto &[count, plus, height] : {std::tuple(2, QPointF(308, 12), 280.0),
@@ -135,9 +136,9 @@ private Q_SLOTS:
         const QPoint grip = thumb.center().toPoint();
         QTest::mousePress(bar, Qt::LeftButton, {}, grip);
         QMouseEvent move(QEvent::MouseMove, grip + QPoint(-9, 20), {}, {}, Qt::LeftButton, {});
-        QApplication::sendEvent(bar, &move);
         queue.advance(5s);
         QCOMPARE(bar->alpha(), 1.0);
+        QApplication::sendEvent(bar, &move);
         QTest::mouseRelease(bar, Qt::LeftButton);
         QApplication::sendEvent(bar, &move);
         QCOMPARE(bar->thumbRect(), thumb.translated(0, 20));
@@ -280,6 +281,9 @@ private Q_SLOTS:
         scroll({0, -200}, {});
         QVERIFY(takes(Qt::Key_Menu) && openMenu());
         QCOMPARE(grid->scrollOffset(), 0.0); // where the menu is for
+        for (int row = 0; row < 3; ++row)
+            takes(Qt::Key_Down);
+        QCOMPARE(grid->scrollOffset(), 88.0); // no farther than to show it
     }
 
     void aScreenReaderHearsAndUsesEveryTile()

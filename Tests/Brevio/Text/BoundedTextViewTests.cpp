@@ -238,7 +238,7 @@ private Q_SLOTS:
         const QString foreign = u"a\r\nb\u2028c"_qs;
         m_view->setText(foreign); // and given back to the letter
         QCOMPARE(m_view->text(), foreign);
-        type(u"x"_qs);
+        press(Qt::Key_X, Qt::ShiftModifier);
         QCOMPARE(m_view->text(), u"a\nb\ncx"_qs);
         press(Qt::Key_Backspace);
         QCOMPARE(m_view->text(), foreign);
@@ -325,6 +325,7 @@ private Q_SLOTS:
         QCOMPARE(m_view->text(), wrong);
         choose(u"Learn Spelling"_qs);
         QCOMPARE(m_spelling.learned, QStringList{u"teh"_qs});
+        press(Qt::Key_Home, Qt::ControlModifier);
         QCOMPARE(marksAfterChecking(), QStringList{u"wrnog"_qs});
 
         // The word under the mouse. The menu does not wait for ever.
@@ -336,7 +337,6 @@ private Q_SLOTS:
             menu->close();
         }
         QCOMPARE(corrects, u"+--"_qs);
-        press(Qt::Key_Home, Qt::ControlModifier);
         press(Qt::Key_F10, Qt::ShiftModifier);
         m_queue.advance(399ms);
         QVERIFY(!QApplication::activePopupWidget());

@@ -32,7 +32,7 @@ private Q_SLOTS:
             {"sv_SE", R"("hej")", "”hej”"},
             {"en", "a -- b --- c---d", "a — b — c—d"},
             {"en", "done.--\"x\"", "done.—“x”"},
-            {"en", "end--\n", "end—\n"},
+            {"en", "an   end--\n", "an   end—\n"},
             {"en", "ls --all; i--; a --> b <!-- c", "ls --all; i--; a --> b <!-- c"},
             {"en", "--- \n-- Me\na----b ", "--- \n-- Me\na----b "},
             {"en", "(c) 2025 (tm), ", "© 2025 ™, "},
