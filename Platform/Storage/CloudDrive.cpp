@@ -8,7 +8,6 @@
 #include <QFile>
 #include <QLoggingCategory>
 
-#include <algorithm>
 #include <utility>
 
 #include <sys/stat.h>

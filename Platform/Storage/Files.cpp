@@ -7,6 +7,7 @@
 #include <QFile>
 #include <QLoggingCategory>
 
+#include <algorithm>
 #include <cerrno>
 #include <climits>
 #include <cstdio>

@@ -122,7 +122,8 @@ private Q_SLOTS:
                      tombstone(deletedAt + ",\"id\":" + id)});
         // No JSON.
         check(false, {"", "[]", "{}{}", "{}//", R"({"notes":[],})", fileWith(R"("x":012)"),
-                      fileWith(R"("body":"\q")"), fileWith("\"body\":\"a\nb\""),
+                      fileWith(R"("body":"\q")"), fileWith(R"("body":"\u00g0")"),
+                      fileWith(R"("body":"\ud83d\u1")"), fileWith("\"body\":\"a\nb\""),
                       fileWith("\"body\":\"\xff\""), fileWith("\"body\":\"\xed\xa0\x80\""),
                       fileWith("\"x\":" + QByteArray(1'000'000, '['))});
         // Not what may stand there.
