@@ -8,17 +8,16 @@ namespace Platform {
 
 Subscription callBus(const QDBusConnection &bus, const QDBusMessage &call, BusReply replied)
 {
-    // It may be dropped by what it tells.
-    const std::shared_ptr<QDBusPendingCallWatcher> pending(
-        new QDBusPendingCallWatcher(bus.asyncCall(call)), [](QDBusPendingCallWatcher *dropped) {
-            dropped->disconnect();
-            dropped->deleteLater();
-        });
-    QObject::connect(pending.get(), &QDBusPendingCallWatcher::finished, pending.get(),
-                     [tell = std::move(replied)](QDBusPendingCallWatcher *finished) {
-                         tell(finished->reply());
+    auto handle = std::make_shared<std::unique_ptr<QDBusPendingCallWatcher>>(
+        new QDBusPendingCallWatcher(bus.asyncCall(call)));
+    QObject::connect(handle->get(), &QDBusPendingCallWatcher::finished, handle->get(),
+                     [held = std::weak_ptr(handle), tell = std::move(replied)] {
+                         // No longer the handle's, which may be dropped by what is told.
+                         auto *pending = held.lock()->release();
+                         pending->deleteLater();
+                         tell(pending->reply());
                      });
-    return pending;
+    return handle;
 }
 
 void callBus(const QDBusConnection &bus, const QDBusMessage &call, QObject *receiver,

@@ -36,10 +36,7 @@ private Q_SLOTS:
         QCOMPARE(Shortcut(Key::space, Modifier::Command | Modifier::Shift).toJson(),
                  std::optional(uR"({"carbonKeyCode":49,"carbonModifiers":768})"_s));
         QVERIFY(!Shortcut(std::int64_t(1) << 32, 768).toJson());
-    }
-
-    void onlyTheFiveModifiersSurvive()
-    {
+        // Only the five modifiers survive.
         QCOMPARE(Shortcut(49, -1).carbonModifiers(), 0x100 | 0x200 | 0x800 | 0x1000 | 0x20000);
     }
 
