@@ -9,11 +9,8 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// How often Tab is pressed in fresh preferences to reach a control.
-constexpr int menuBarSwitch = 1;
-constexpr int loginSwitch = 2;
-constexpr int recorder = 3;
-constexpr int restoreButton = 4;
+/// How often Tab is pressed in fresh preferences to reach it. The first follows the last.
+enum Control { menuBarSwitch = 1, loginSwitch, recorder, restoreButton, updateButton };
 
 const auto commands = QStringList{u"New Card"_s, u"Show All Cards"_s, u"Pin Active Card"_s,
                                   u""_s,         u"Preferences…"_s,   u"Check for Updates…"_s,
@@ -48,16 +45,38 @@ bool openAgain(Session &session)
 /// window has got the keyboard, so the ring is seen to move before the next one.
 bool tab(Session &session, int times)
 {
-    const auto look = [&] {
-        return session.seat.picture(session.seat.geometry(session.preferences()));
-    };
+    const QRect form = session.seat.geometry(session.preferences());
     for (int i = 0; i < times; ++i) {
-        const QImage before = look();
+        const QImage before = session.seat.picture(form);
         session.seat.press("Tab");
-        if (!waitUntil([&] { return look() != before; }))
+        if (!waitUntil([&] { return session.seat.picture(form) != before; }))
             return false;
     }
     return true;
+}
+
+constexpr QRect panelPlace(0, 776, 1280, 24);
+const QByteArray panel =
+    "rounded = 0\nborder_width = 0\nbackground_color = %1 100\npanel_items = S\n"
+    "panel_size = 100% 24\npanel_background_id = 1\n";
+
+/// Lines on a sheet: the icon brings its own contrast, whatever the panel's colour.
+bool isDrawn(const QImage &icon)
+{
+    if (icon.isNull())
+        return false;
+    const auto *pixels = reinterpret_cast<const QRgb *>(icon.constBits());
+    const auto [darkest, lightest] =
+        std::minmax_element(pixels, pixels + icon.width() * icon.height(),
+                            [](QRgb one, QRgb other) { return qGray(one) < qGray(other); });
+    return qGray(*darkest) < 70 && qGray(*lightest) > 200;
+}
+
+bool menuOpensAndCloses(Session &session)
+{
+    // It is seen before it has the keyboard.
+    return waitUntil([&] { return session.menu() != 0; }) &&
+           waitUntil([&] { return session.seat.press("Escape") && session.menu() == 0; });
 }
 
 } // namespace
@@ -101,17 +120,17 @@ private Q_SLOTS:
             for (const char *name : {"id", "title", "toolTip"})
                 QCOMPARE(item[QLatin1String(name)].toString(), u"Brevio"_s);
             QVERIFY(item[u"sizes"].toArray().contains(22));
-            QVERIFY(host->activate());
-            QVERIFY(waitUntil([&] { return session.menu() != 0; }));
-            // It is seen before it has the keyboard.
-            QVERIFY(waitUntil([&] { return session.seat.press("Escape") && session.menu() == 0; }));
+            QVERIFY(host->activate() && menuOpensAndCloses(session));
             if (round == 0) {
                 host.reset();
                 host = std::make_unique<StatusHost>(session.desktop);
             }
         }
 
-        QCOMPARE(host->labels(), commands);
+        QStringList labels;
+        for (const auto entry : host->menu())
+            labels << entry[u"label"].toString();
+        QCOMPARE(labels, commands);
         QVERIFY(host->choose(commands[0]));
         QVERIFY(session.cardIsUp());
         session.seat.type(u"a"_s);
@@ -130,7 +149,7 @@ private Q_SLOTS:
         session.seat.press("space");
         QVERIFY(session.storeHolds({welcome, u"a"_s}));
         QVERIFY(session.isPinned(0));
-        QVERIFY(tab(session, 5 - restoreButton + menuBarSwitch));
+        QVERIFY(tab(session, updateButton - restoreButton + menuBarSwitch));
         session.seat.press("space");
         QVERIFY(host->waitForNoItem());
         QVERIFY(session.settingIs("brevio.showInMenuBar", false));
@@ -149,6 +168,27 @@ private Q_SLOTS:
         QVERIFY(host->choose(commands[7]));
         QVERIFY(session.ends());
         QVERIFY(host->waitForNoItem());
+    }
+
+    void anXTrayHasTheIconWheneverItComes()
+    {
+        Session session;
+        QVERIFY(session.isReady());
+        Seat &seat = session.seat;
+        // The second one replaces one that died.
+        for (const char *color : {"#202020", "#f0f0f0"}) {
+            const QString file = session.desktop.home() + u"/panel"_s;
+            Desktop::write(file, QByteArray(panel).replace("%1", color));
+            const auto tray = session.desktop.start(u"tint2"_s, {u"-c"_s, file});
+            const auto icon = session.desktop.waitForWindow(u"Brevio"_s);
+            QVERIFY(waitUntil([&] { return panelPlace.contains(seat.geometry(icon)); }));
+            QVERIFY(waitUntil([&] { return isDrawn(seat.picture(seat.geometry(icon))); }));
+            seat.click(seat.geometry(icon).center());
+            QVERIFY2(menuOpensAndCloses(session), color);
+            tray->terminate();
+            QVERIFY(waitUntil([&] { return seat.find(u"Brevio"_s) == 0; }));
+        }
+        QVERIFY(session.brevio->isRunning());
     }
 
     void theMenusKeysWorkInItsWindows()

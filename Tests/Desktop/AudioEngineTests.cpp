@@ -3,8 +3,8 @@
 
 #include <QDir>
 #include <QElapsedTimer>
-#include <QFile>
 #include <QLocalServer>
+#include <QTemporaryFile>
 #include <QTest>
 #include <QThread>
 
@@ -48,6 +48,7 @@ class AudioEngineTests final : public QObject
     {
         m_sound = std::make_unique<SoundServer>();
         QCOMPARE(m_sound->problem(), QByteArray());
+        qunsetenv("PULSE_SOURCE"); // of the machine
         for (const auto &name : m_sound->variables().keys())
             qputenv(qPrintable(name), m_sound->variables().value(name).toUtf8());
     }
@@ -73,11 +74,7 @@ class AudioEngineTests final : public QObject
     }
 
 private Q_SLOTS:
-    void initTestCase()
-    {
-        m_threads = entries(u"task"_s);
-        qunsetenv("PULSE_SOURCE"); // of the machine
-    }
+    void initTestCase() { m_threads = entries(u"task"_s); }
     void init()
     {
         startServer();
@@ -98,11 +95,10 @@ private Q_SLOTS:
         std::minstd_rand noise;
         for (auto &sample : played)
             sample = static_cast<std::int16_t>(noise() % 16384);
-        QTemporaryDir folder;
-        QFile file(folder.filePath(u"noise.raw"_s));
-        QVERIFY(file.open(QIODevice::WriteOnly));
+        QTemporaryFile file;
+        QVERIFY(file.open());
         file.write(reinterpret_cast<const char *>(played.data()), qint64(2 * played.size()));
-        file.close();
+        QVERIFY(file.flush());
 
         m_engine->prepare();
         QCOMPARE(m_sound->recordStreams(), 0);
@@ -112,8 +108,7 @@ private Q_SLOTS:
         QVERIFY(m_sound->play(file.fileName()) && m_sound->waitForPlayed());
         QVERIFY(waitUntil([&] {
             const auto heard = read(m_samples);
-            return std::search(heard.begin(), heard.end(), played.begin(), played.end()) !=
-                   heard.end();
+            return !std::ranges::search(heard, played).empty();
         }));
         QCOMPARE(read(m_oddPieces), 0);
         QCOMPARE(read(m_microphone), QByteArray(SoundServer::microphone));

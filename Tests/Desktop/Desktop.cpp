@@ -30,13 +30,6 @@ constexpr std::array passedOn = {
     "PATH",         "LANG",          "LC_ALL",       "LD_LIBRARY_PATH",
     "ASAN_OPTIONS", "UBSAN_OPTIONS", "LSAN_OPTIONS", "QT_LOGGING_RULES"};
 
-QJsonObject readObject(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? QJsonDocument::fromJson(file.readAll()).object()
-                                          : QJsonObject();
-}
-
 } // namespace
 
 Desktop::Desktop(const DesktopOptions &options)
@@ -63,11 +56,17 @@ Desktop::Desktop(const DesktopOptions &options)
                                                  mode, u"-nolisten"_s, u"tcp"_s, u"-noreset"_s});
     m_environment.insert(u"DISPLAY"_s, display);
     m_seat = std::make_unique<Seat>(display.toLatin1());
-    if (!m_seat->isConnected()) {
+    if (m_seat->root() == 0) {
         fail("Xvfb");
         return;
     }
-    setMonitors(options.monitors);
+    // The server's only output, "screen", goes to the first.
+    QStringList names{u"*first"_s, u"screen"_s, u"second"_s, u"none"_s};
+    for (const auto &monitor : options.monitors) {
+        if (!start(u"xrandr"_s, {u"--setmonitor"_s, names.takeFirst(), monitor, names.takeFirst()})
+                 ->endsWell())
+            fail("xrandr");
+    }
     startBus(options.sessionBus);
     startWindowManager(options.windowManager);
     if (options.isComposed)
@@ -89,16 +88,6 @@ void Desktop::fail(const char *what)
         m_problem = QByteArray(what) + " does not start (is it installed?)";
 }
 
-QString Desktop::pathOf(const char *name) const
-{
-    return m_home.filePath(QLatin1String(name));
-}
-
-QString Desktop::notesPath() const
-{
-    return pathOf("XDG_DATA_HOME/Brevio/notes.json");
-}
-
 QString Desktop::defaultsPath() const
 {
     return pathOf("XDG_CONFIG_HOME/Brevio/defaults.json");
@@ -112,22 +101,19 @@ void Desktop::write(const QString &path, const QByteArray &content)
         file.write(content);
 }
 
-QJsonArray Desktop::notes() const
+QJsonObject Desktop::read(const QString &path)
 {
-    return readObject(notesPath())[u"notes"].toArray();
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? QJsonDocument::fromJson(file.readAll()).object()
+                                          : QJsonObject();
 }
 
 QStringList Desktop::noteBodies(const QString &path)
 {
     QStringList bodies;
-    for (const auto note : readObject(path)[u"notes"].toArray())
+    for (const auto note : read(path)[u"notes"].toArray())
         bodies.append(note[u"body"].toString());
     return bodies;
-}
-
-QJsonObject Desktop::defaults() const
-{
-    return readObject(defaultsPath());
 }
 
 std::unique_ptr<Process> Desktop::start(const QString &program, const QStringList &arguments)
@@ -148,18 +134,6 @@ QString Desktop::startAndRead(std::unique_ptr<Process> &process, const QString &
         return !address.isEmpty() || !process->isRunning();
     });
     return address;
-}
-
-void Desktop::setMonitors(const QStringList &monitors)
-{
-    // The server's only output, "screen", goes to the first.
-    for (const auto &monitor : monitors) {
-        const bool isFirst = monitor == monitors.first();
-        const QStringList names =
-            isFirst ? QStringList{u"*first"_s, u"screen"_s} : QStringList{u"second"_s, u"none"_s};
-        if (!start(u"xrandr"_s, {u"--setmonitor"_s, names[0], monitor, names[1]})->endsWell())
-            fail("xrandr");
-    }
 }
 
 void Desktop::startBus(SessionBus bus)
@@ -196,16 +170,6 @@ void Desktop::startCompositor()
     m_compositor = start(u"picom"_s, {u"--backend"_s, u"xrender"_s, u"--config"_s, u"/dev/null"_s});
     if (!waitUntil([&] { return m_seat->selectionOwner(compositorSelection) != 0; }))
         fail("picom");
-}
-
-std::unique_ptr<Process> Desktop::startBrevio()
-{
-    return start(QStringLiteral(BREVIO_PROGRAM));
-}
-
-std::unique_ptr<Process> Desktop::startVictim()
-{
-    return start(QStringLiteral(VICTIM_PROGRAM));
 }
 
 Seat::Window Desktop::waitForWindow(const QString &title)

@@ -8,8 +8,6 @@
 #include <QLocalServer>
 #include <QTemporaryDir>
 
-#include <optional>
-
 enum class WindowManager { None, Openbox, Xfwm4 };
 /// Silent: takes connections and says nothing.
 enum class SessionBus { None, Private, Silent };
@@ -20,7 +18,8 @@ struct DesktopOptions
     bool isComposed = false;
     SessionBus sessionBus = SessionBus::Private;
     QSize size{1280, 800};
-    /// As xrandr writes them; the first is the primary one. Empty: one, as large as the screen.
+    /// As xrandr writes them; two at most, the first is the primary one. Empty: one, as large as
+    /// the screen.
     QStringList monitors{};
 };
 
@@ -40,20 +39,20 @@ public:
     [[nodiscard]] QProcessEnvironment &environment() { return m_environment; }
     [[nodiscard]] QString home() const { return m_home.path(); }
     /// Where Brevio keeps its text and its settings.
-    [[nodiscard]] QString notesPath() const;
+    [[nodiscard]] QString notesPath() const { return pathOf("XDG_DATA_HOME/Brevio/notes.json"); }
     [[nodiscard]] QString defaultsPath() const;
     /// Writes the file, with the folders above it, before a program starts.
     static void write(const QString &path, const QByteArray &content);
 
     /// The notes and the settings as they are in the files now; empty without a file.
-    [[nodiscard]] QJsonArray notes() const;
+    [[nodiscard]] QJsonArray notes() const { return read(notesPath())[u"notes"].toArray(); }
     [[nodiscard]] QStringList noteBodies() const { return noteBodies(notesPath()); }
     [[nodiscard]] static QStringList noteBodies(const QString &path);
-    [[nodiscard]] QJsonObject defaults() const;
+    [[nodiscard]] QJsonObject defaults() const { return read(defaultsPath()); }
 
     std::unique_ptr<Process> start(const QString &program, const QStringList &arguments = {});
-    std::unique_ptr<Process> startBrevio();
-    std::unique_ptr<Process> startVictim();
+    std::unique_ptr<Process> startBrevio() { return start(QStringLiteral(BREVIO_PROGRAM)); }
+    std::unique_ptr<Process> startVictim() { return start(QStringLiteral(VICTIM_PROGRAM)); }
     void startCompositor();
     void stopCompositor() { m_compositor.reset(); }
 
@@ -62,11 +61,14 @@ public:
     [[nodiscard]] bool waitForFocus(Seat::Window window);
 
 private:
-    [[nodiscard]] QString pathOf(const char *name) const;
+    [[nodiscard]] QString pathOf(const char *name) const
+    {
+        return m_home.filePath(QLatin1String(name));
+    }
+    [[nodiscard]] static QJsonObject read(const QString &path);
     /// Starts a part of the desktop that prints its address, as a number or a bus has it.
     [[nodiscard]] QString startAndRead(std::unique_ptr<Process> &process, const QString &program,
                                        const QStringList &arguments);
-    void setMonitors(const QStringList &monitors);
     void startBus(SessionBus bus);
     void startWindowManager(WindowManager manager);
     void fail(const char *what);

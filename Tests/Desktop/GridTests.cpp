@@ -4,12 +4,6 @@
 
 using namespace Qt::StringLiterals;
 
-namespace {
-
-const QStringList three{u"one"_s, u"two"_s, u"three"_s};
-
-} // namespace
-
 class GridTests final : public QObject
 {
     Q_OBJECT
@@ -18,7 +12,7 @@ private Q_SLOTS:
     void theMouseAndTheKeyboardWalkOpenPinAndDelete()
     {
         Session session({.isComposed = true}, [](Desktop &desktop) {
-            desktop.write(desktop.notesPath(), Session::storeOf(three));
+            desktop.write(desktop.notesPath(), Session::storeOf({u"one"_s, u"two"_s, u"three"_s}));
         });
         QVERIFY(session.isReady() && session.summon());
         Seat &seat = session.seat;

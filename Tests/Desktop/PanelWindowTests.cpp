@@ -3,12 +3,6 @@
 #include <QTest>
 
 using namespace Qt::StringLiterals;
-namespace {
-
-constexpr QSize panelSize{460, 280};
-
-} // namespace
-
 class PanelWindowTests final : public QObject
 {
     Q_OBJECT
@@ -32,6 +26,7 @@ private Q_SLOTS:
         });
         QVERIFY(session.isReady());
         Seat &seat = session.seat;
+        const QSize panelSize(460, 280);
         const QPoint left(-400, 800 - 30 - panelSize.height());
         // The window manager's closing only hides it.
         const char *away = manager == WindowManager::Openbox ? "alt+F4" : "Escape";
@@ -83,8 +78,9 @@ private Q_SLOTS:
         QCOMPARE(cornerWithPointerAt({900, 100}), QPoint(1200 - 230, 400 - 140));
 
         // The other program becomes one: 60 pixels at the top of the second monitor.
-        session.seat.setProperty(session.victimWindow, "_NET_WM_STRUT_PARTIAL",
-                                 {0, 0, 60, 0, 0, 0, 0, 0, 800, 1599, 0, 0});
+        const QString strut = u"-f _NET_WM_STRUT_PARTIAL 32c -set _NET_WM_STRUT_PARTIAL "
+                              "0,0,60,0,0,0,0,0,800,1599,0,0 -id %1"_s.arg(session.victimWindow);
+        QVERIFY(session.desktop.start(u"xprop"_s, strut.split(u' '))->endsWell());
         QCOMPARE(cornerWithPointerAt({100, 100}), onFirst);
         QCOMPARE(cornerWithPointerAt({900, 100}), QPoint(1200 - 230, 430 - 140));
     }

@@ -40,7 +40,7 @@ Process::Process(const QString &program, const QStringList &arguments,
 Process::~Process()
 {
     terminate();
-    if (isAlive() && !m_process.waitForFinished(millisecondsToEnd)) {
+    if (!m_process.waitForFinished(millisecondsToEnd)) {
         m_process.kill();
         m_process.waitForFinished(millisecondsToEnd);
     }
@@ -58,15 +58,10 @@ void Process::write(const QByteArray &input)
     m_process.waitForBytesWritten(millisecondsOfPatience);
 }
 
-void Process::terminate()
-{
-    if (isAlive())
-        m_process.terminate();
-}
-
 bool Process::endsWell()
 {
-    return (!isAlive() || m_process.waitForFinished(millisecondsOfPatience)) &&
+    return (m_process.state() == QProcess::NotRunning ||
+            m_process.waitForFinished(millisecondsOfPatience)) &&
            m_process.error() != QProcess::FailedToStart &&
            m_process.exitStatus() == QProcess::NormalExit && m_process.exitCode() == 0;
 }

@@ -26,7 +26,10 @@ public:
     Process(const Process &) = delete;
     Process &operator=(const Process &) = delete;
 
-    [[nodiscard]] bool isRunning() { return !m_process.waitForFinished(0) && isAlive(); }
+    [[nodiscard]] bool isRunning()
+    {
+        return !m_process.waitForFinished(0) && m_process.state() != QProcess::NotRunning;
+    }
     [[nodiscard]] qint64 id() const { return m_process.processId(); }
     /// Everything it has printed so far.
     [[nodiscard]] QByteArray output() const;
@@ -35,15 +38,12 @@ public:
     void write(const QByteArray &input);
 
     /// Asks it to end, without waiting.
-    void terminate();
+    void terminate() { m_process.terminate(); }
     /// Waits for the program to end by itself. False when it does not in time, ends with a
     /// failure, or could not even be started.
     [[nodiscard]] bool endsWell();
 
 private:
-    /// As far as has been noticed.
-    [[nodiscard]] bool isAlive() const { return m_process.state() != QProcess::NotRunning; }
-
     QProcess m_process;
     QString m_logPath;
 };

@@ -27,21 +27,14 @@ struct FreeReply
     std::unique_ptr<name##_reply_t, FreeReply>(                                                    \
         name##_reply(connection, name(connection __VA_OPT__(, ) __VA_ARGS__), nullptr))
 
-struct Modifier
-{
-    const char *key = nullptr;
-    std::uint16_t mask = 0;
-};
-const QHash<QByteArray, Modifier> modifiers = {{"ctrl", {"Control_L", XCB_MOD_MASK_CONTROL}},
-                                               {"shift", {"Shift_L", XCB_MOD_MASK_SHIFT}},
-                                               {"alt", {"Alt_L", XCB_MOD_MASK_1}}};
+const QHash<QByteArray, const char *> modifierKeys = {
+    {"ctrl", "Control_L"}, {"shift", "Shift_L"}, {"alt", "Alt_L"}};
 
-std::uint16_t modifiersOf(const char *chord)
+std::uint16_t modifiersOf(const QByteArray &chord)
 {
-    std::uint16_t mask = 0;
-    for (const auto &part : QByteArray(chord).split('+'))
-        mask |= modifiers.value(part).mask;
-    return mask;
+    return static_cast<std::uint16_t>((chord.contains("ctrl+") ? XCB_MOD_MASK_CONTROL : 0) |
+                                      (chord.contains("shift+") ? XCB_MOD_MASK_SHIFT : 0) |
+                                      (chord.contains("alt+") ? XCB_MOD_MASK_1 : 0));
 }
 
 } // namespace
@@ -49,7 +42,7 @@ std::uint16_t modifiersOf(const char *chord)
 Seat::Seat(const QByteArray &display)
     : m_connection(xcb_connect(display.constData(), nullptr))
 {
-    if (!isConnected())
+    if (xcb_connection_has_error(m_connection) != 0)
         return;
     m_root = xcb_setup_roots_iterator(xcb_get_setup(m_connection)).data->root;
     // On a machine that stands still between a press and its release the key would repeat.
@@ -61,11 +54,6 @@ Seat::Seat(const QByteArray &display)
 Seat::~Seat()
 {
     xcb_disconnect(m_connection);
-}
-
-bool Seat::isConnected() const
-{
-    return xcb_connection_has_error(m_connection) == 0;
 }
 
 Seat::Keys Seat::keysFor(std::uint32_t symbol) const
@@ -96,8 +84,8 @@ Seat::Keys Seat::keysOf(const char *chord) const
 {
     Keys keys;
     for (const auto &part : QByteArray(chord).split('+')) {
-        const auto found = keysFor(xkb_keysym_from_name(
-            modifiers.value(part, {part.constData()}).key, XKB_KEYSYM_NO_FLAGS));
+        const auto found = keysFor(
+            xkb_keysym_from_name(modifierKeys.value(part, part.constData()), XKB_KEYSYM_NO_FLAGS));
         if (found.empty())
             return {};
         keys.push_back(found.back());
@@ -199,7 +187,7 @@ void Seat::moveMouse(QPoint position)
 
 void Seat::click(QPoint position, int button)
 {
-    fake(XCB_MOTION_NOTIFY, 0, position);
+    moveMouse(position);
     fake(XCB_BUTTON_PRESS, static_cast<std::uint8_t>(button));
     fake(XCB_BUTTON_RELEASE, static_cast<std::uint8_t>(button));
     flush();
@@ -207,7 +195,7 @@ void Seat::click(QPoint position, int button)
 
 void Seat::drag(QPoint from, QPoint to)
 {
-    fake(XCB_MOTION_NOTIFY, 0, from);
+    moveMouse(from);
     fake(XCB_BUTTON_PRESS, 1);
     for (int step = 1; step <= dragSteps; ++step)
         fake(XCB_MOTION_NOTIFY, 0, from + (to - from) * step / dragSteps);
@@ -290,21 +278,13 @@ QRect Seat::geometry(Window window) const
 
 bool Seat::hasProperty(Window window, const char *name, const QByteArray &value) const
 {
-    const auto values = property(window, name);
-    return std::find(values.begin(), values.end(), atom(value.constData())) != values.end();
+    return std::ranges::count(property(window, name), atom(value.constData())) != 0;
 }
 
 Seat::Window Seat::selectionOwner(const char *name) const
 {
     const auto reply = REPLY(xcb_get_selection_owner, m_connection, atom(name));
     return reply ? reply->owner : 0;
-}
-
-void Seat::setProperty(Window window, const char *name, const std::vector<std::uint32_t> &values)
-{
-    xcb_change_property(m_connection, XCB_PROP_MODE_REPLACE, window, atom(name), XCB_ATOM_CARDINAL,
-                        32, static_cast<std::uint32_t>(values.size()), values.data());
-    flush();
 }
 
 QImage Seat::picture(QRect part) const

@@ -23,8 +23,6 @@ public:
     Seat(const Seat &) = delete;
     Seat &operator=(const Seat &) = delete;
 
-    [[nodiscard]] bool isConnected() const;
-
     // Keyboard. A chord is written like "ctrl+shift+space": ctrl, shift, alt, then
     // an X key name. False when the keyboard has no such key. Keys that are held do not repeat.
     /// Several with blanks between them. They are sent at once: a pause of the test is none for
@@ -51,6 +49,7 @@ public:
     /// The visible window with this title, wherever a window manager has put it.
     [[nodiscard]] Window find(const QString &title) const;
     [[nodiscard]] std::vector<Window> children(Window window) const;
+    /// 0 when there is no such display.
     [[nodiscard]] Window root() const { return m_root; }
     [[nodiscard]] bool isVisible(Window window) const;
     /// Where the window is on the desktop, without decorations.
@@ -60,7 +59,6 @@ public:
     /// "_NET_WM_STATE_ABOVE".
     [[nodiscard]] bool hasProperty(Window window, const char *name, const QByteArray &value) const;
     [[nodiscard]] QByteArray text(Window window, const char *property) const;
-    void setProperty(Window window, const char *name, const std::vector<std::uint32_t> &values);
     [[nodiscard]] Window selectionOwner(const char *name) const;
 
     // Pixels.

@@ -2,6 +2,8 @@
 
 #include "Brevio/Notes/StoreFile.h"
 
+#include <algorithm>
+
 using namespace Qt::StringLiterals;
 
 Session::Session(const DesktopOptions &options, const Prepare &prepare)
@@ -46,15 +48,8 @@ bool Session::ends()
         return seat.property(window, "_NET_WM_PID") == std::vector{id};
     };
     // The server may hear of the end of a program after those who waited for it.
-    return brevio->endsWell() && waitUntil([&] {
-               const auto all = seat.children(seat.root());
-               return std::none_of(all.begin(), all.end(), isItsWindow);
-           });
-}
-
-bool Session::shortcutIsInForce()
-{
-    return waitUntil([this] { return seat.isTaken(shortcut); });
+    return brevio->endsWell() &&
+           waitUntil([&] { return std::ranges::none_of(seat.children(seat.root()), isItsWindow); });
 }
 
 bool Session::cardIsUp()
@@ -73,19 +68,9 @@ bool Session::openGrid()
     return gridShows();
 }
 
-bool Session::colorIs(QPoint point, const QColor &color)
-{
-    return waitUntil([&] { return seat.pixel(on(point)) == color; });
-}
-
 Seat::Window Session::preferences() const
 {
     return seat.find(u"Brevio Preferences"_s);
-}
-
-bool Session::preferencesAreGone()
-{
-    return waitUntil([this] { return preferences() == 0; });
 }
 
 Seat::Window Session::menu() const
@@ -96,26 +81,6 @@ Seat::Window Session::menu() const
             return window;
     }
     return 0;
-}
-
-bool Session::storeHolds(const QStringList &bodies)
-{
-    return waitUntil([&] { return desktop.noteBodies() == bodies; });
-}
-
-bool Session::isPinned(int note)
-{
-    return waitUntil([&] { return desktop.notes()[note][u"isPinned"].toBool(); });
-}
-
-bool Session::settingIs(const char *name, const QJsonValue &value)
-{
-    return waitUntil([&] { return desktop.defaults()[QLatin1String(name)] == value; });
-}
-
-bool Session::victimReads(const QByteArray &text)
-{
-    return waitUntil([&] { return victim->output() == text; });
 }
 
 QByteArray Session::storeOf(const QStringList &bodies)

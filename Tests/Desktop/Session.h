@@ -44,7 +44,10 @@ public:
     /// Whether it ends by itself, with success. From then on no window or grabbed key is left of
     /// it.
     [[nodiscard]] bool ends();
-    [[nodiscard]] bool shortcutIsInForce();
+    [[nodiscard]] bool shortcutIsInForce()
+    {
+        return waitUntil([this] { return seat.isTaken(shortcut); });
+    }
 
     // The card. Of its colours only the light ones are known here.
     /// Its window; 0 while it is hidden.
@@ -63,23 +66,41 @@ public:
     [[nodiscard]] bool gridShows() { return colorIs(inFirstTile, tileInLight); }
     /// Whether nothing of the grid is seen any more.
     [[nodiscard]] bool cardShows() { return colorIs(inFirstTile, creamInLight); }
-    [[nodiscard]] bool colorIs(QPoint point, const QColor &color);
+    [[nodiscard]] bool colorIs(QPoint point, const QColor &color)
+    {
+        return waitUntil([&] { return seat.pixel(on(point)) == color; });
+    }
     /// Where a point of the card is on the desktop.
     [[nodiscard]] QPoint on(QPoint point) { return seat.geometry(card()).topLeft() + point; }
 
     // The rest of the program.
     /// The preferences' window; 0 while it is hidden.
     [[nodiscard]] Seat::Window preferences() const;
-    [[nodiscard]] bool preferencesAreGone();
+    [[nodiscard]] bool preferencesAreGone()
+    {
+        return waitUntil([this] { return preferences() == 0; });
+    }
     /// The menu that is open; 0 without one. Needs a window manager.
     [[nodiscard]] Seat::Window menu() const;
 
     // The files.
     /// Newest first, as the file has them.
-    [[nodiscard]] bool storeHolds(const QStringList &bodies);
-    [[nodiscard]] bool isPinned(int note);
-    [[nodiscard]] bool settingIs(const char *name, const QJsonValue &value);
-    [[nodiscard]] bool victimReads(const QByteArray &text);
+    [[nodiscard]] bool storeHolds(const QStringList &bodies)
+    {
+        return waitUntil([&] { return desktop.noteBodies() == bodies; });
+    }
+    [[nodiscard]] bool isPinned(int note)
+    {
+        return waitUntil([&] { return desktop.notes()[note][u"isPinned"].toBool(); });
+    }
+    [[nodiscard]] bool settingIs(const char *name, const QJsonValue &value)
+    {
+        return waitUntil([&] { return desktop.defaults()[QLatin1String(name)] == value; });
+    }
+    [[nodiscard]] bool victimReads(const QByteArray &text)
+    {
+        return waitUntil([&] { return victim->output() == text; });
+    }
 
     /// A store of unpinned notes, the first edited last.
     [[nodiscard]] static QByteArray storeOf(const QStringList &bodies);

@@ -1,5 +1,7 @@
 #include "Tests/Desktop/SoundServer.h"
 
+#include "Platform/Storage/Files.h"
+
 #include <QFile>
 
 #include <csignal>
@@ -8,48 +10,32 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr const char *speaker = "brevio_speaker";
 // Without "norewinds" the first program that records waits for two seconds of silence. The socket
 // comes last, so that nobody connects before everything is there.
 constexpr const char *modules = R"(
-load-module module-null-sink sink_name=%1 rate=16000 channels=1 format=s16le norewinds=1
-load-module module-remap-source source_name=%2 master=%1.monitor remix=no
-set-default-sink %1
-set-default-source %2
-load-module module-native-protocol-unix socket=%3 auth-anonymous=1
+load-module module-null-sink sink_name=brevio_speaker rate=16000 channels=1 format=s16le norewinds=1
+load-module module-remap-source source_name=%1 master=brevio_speaker.monitor remix=no
+set-default-sink brevio_speaker
+set-default-source %1
+load-module module-native-protocol-unix socket=%2 auth-anonymous=1
 )";
 
-const QStringList daemonOptions{u"-n"_s,
-                                u"--daemonize=no"_s,
-                                u"--use-pid-file=no"_s,
-                                u"--exit-idle-time=-1"_s,
-                                u"--disallow-exit=yes"_s,
-                                u"--realtime=no"_s,
-                                u"--high-priority=no"_s,
-                                u"--log-target=stderr"_s};
-/// The first is as much as keeps a player whole on a busy machine, and less than it would wait for
-/// at the end.
-const QStringList playerOptions{u"--latency-msec=500"_s,
-                                u"--device=%1"_s.arg(QLatin1String(speaker)),
-                                u"--raw"_s,
-                                u"--format=s16ne"_s,
-                                u"--rate=16000"_s,
-                                u"--channels=1"_s};
+const auto daemonOptions =
+    u"-n --daemonize=no --use-pid-file=no --exit-idle-time=-1 --disallow-exit=yes --realtime=no "
+    "--high-priority=no --log-target=stderr"_s.split(u' ');
+/// The latency is as much as keeps a player whole on a busy machine, and less than it would wait
+/// for at the end.
+const auto playerOptions =
+    u"--device=brevio_speaker --latency-msec=500 --raw --format=s16ne --rate=16000 --channels=1"_s
+        .split(u' ');
 
 } // namespace
 
 SoundServer::SoundServer()
 {
     const QString script = in("script.pa");
-    QFile file(script);
-    if (!file.open(QIODevice::WriteOnly)) {
-        m_problem = "cannot write " + script.toUtf8();
-        return;
-    }
-    file.write(QLatin1String(modules)
-                   .arg(QLatin1String(speaker), QLatin1String(microphone), in("native"))
-                   .toUtf8());
-    file.close();
+    (void)Platform::Files::replaceAtomically(
+        script, QLatin1String(modules).arg(QLatin1String(microphone), in("native")).toUtf8());
 
     m_own.insert(u"PATH"_s, qEnvironmentVariable("PATH"));
     m_own.insert(u"HOME"_s, m_home.path());

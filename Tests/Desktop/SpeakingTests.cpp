@@ -10,8 +10,6 @@ namespace {
 /// A person says "go forward ten meters".
 const auto recording = u"/usr/share/pocketsphinx/test/data/goforward.raw"_s;
 const auto words = u"Go forward ten meters"_s;
-const auto consent = QByteArrayLiteral(
-    R"({"brevio.microphoneAllowed":true,"brevio.speechRecognitionAllowed":true})");
 constexpr auto longEnough = std::chrono::milliseconds(700); // for a question, or the microphone
 
 /// A desktop with a microphone, and Brevio on it.
@@ -109,7 +107,8 @@ private Q_SLOTS:
     void discardedWordsAreGoneAndWhatIsMissingOrDiesIsSilent()
     {
         // Window managers keep Alt+Escape for themselves.
-        Room room(WindowManager::None, consent);
+        Room room(WindowManager::None,
+                  R"({"brevio.microphoneAllowed":true,"brevio.speechRecognitionAllowed":true})");
         QVERIFY(room.isReady());
         Session &session = room.session;
         QVERIFY(room.speak());

@@ -39,14 +39,6 @@ bool StatusHost::waitForNoItem()
     return waitUntil([this] { return item().isEmpty(); });
 }
 
-QStringList StatusHost::labels()
-{
-    QStringList labels;
-    for (const auto entry : menu())
-        labels << entry.toObject().value(u"label").toString();
-    return labels;
-}
-
 QJsonObject StatusHost::ask(const QByteArray &command)
 {
     ++m_answers;

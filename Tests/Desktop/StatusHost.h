@@ -17,8 +17,6 @@ public:
     /// Opens the menu: its entries as the bus has them ("label" with its mnemonic's underscore,
     /// "type", "enabled", "shortcut"). Empty without an item.
     [[nodiscard]] QJsonArray menu() { return ask("menu").value(u"items").toArray(); }
-    /// The labels alone, "" for a separator.
-    [[nodiscard]] QStringList labels();
     /// Opens the menu and chooses an entry; false when there is none of that label.
     [[nodiscard]] bool choose(const QString &label)
     {

@@ -19,13 +19,14 @@ QByteArray contentOf(const QString &path)
     return Platform::Files::read(path).value_or(QByteArray());
 }
 
-/// As a sync client puts a file there: whole, in one step.
-void putInPlace(const QString &path, const QByteArray &content)
+/// As a sync client puts a file there: whole, in one step. Without content it removes it.
+void deliver(const QString &path, const QByteArray &content)
 {
+    if (content.isEmpty())
+        return (void)QFile::remove(path);
     QSaveFile file(path);
     QVERIFY(file.open(QIODevice::WriteOnly));
-    file.write(content);
-    QVERIFY(file.commit());
+    QVERIFY(file.write(content) == content.size() && file.commit());
 }
 
 /// A person's machine whose folder "Sync" is shared.
@@ -73,66 +74,35 @@ struct Machine
     Session session;
 };
 
-/// Keeps two folders alike when it is told to. What changed on one side only goes to the other;
-/// what changed on both stays on the one, and becomes a conflict copy on the other.
-class SyncTool
+/// Keeps two folders alike until they are as they should be and nothing has moved for a while: the
+/// programs answer what they are given, in their own time. What changed on one side only goes to
+/// the other; what changed on both stays on the one, and becomes a conflict copy on the other.
+bool sync(const QDir &one, const QDir &other, const std::function<bool()> &isGood)
 {
-public:
-    SyncTool(const QDir &one, const QDir &other)
-        : m_one(one)
-        , m_other(other)
-    {}
-
-    /// Until both folders are as they should be and nothing has moved for a while: the programs
-    /// answer what they are given, in their own time.
-    [[nodiscard]] bool settle(const std::function<bool()> &isGood)
-    {
-        auto moved = Clock::now();
-        return waitUntil([&] {
-            bool isMoving = !isGood();
-            for (const QString &name :
-                 m_one.entryList(QDir::Files) + m_other.entryList(QDir::Files))
-                isMoving |= pass(name);
-            if (isMoving)
-                moved = Clock::now();
-            return Clock::now() - moved > 2 * aMoment;
-        });
-    }
-
-private:
-    bool pass(const QString &name)
-    {
-        const QByteArray one = contentOf(m_one.filePath(name));
-        const QByteArray other = contentOf(m_other.filePath(name));
-        const QByteArray last = std::exchange(m_last[name], one);
-        if (one == other)
-            return false;
-        if (other == last) {
-            deliver(m_other.filePath(name), one);
-        } else if (one == last) {
-            m_last[name] = other;
-            deliver(m_one.filePath(name), other);
-        } else {
-            const auto copy = u"notes.sync-conflict-20250314-0926%1-ABCDEFG.json"_s;
-            deliver(m_other.filePath(copy.arg(10 + m_conflicts++)), other);
-            deliver(m_other.filePath(name), one);
+    const auto copy = u"notes.sync-conflict-20250314-0926%1-ABCDEFG.json"_s;
+    int copies = 10;
+    std::map<QString, QByteArray> known;
+    auto moved = Clock::now();
+    return waitUntil([&] {
+        bool isMoving = !isGood();
+        for (const QString &name : one.entryList(QDir::Files) + other.entryList(QDir::Files)) {
+            const QByteArray here = contentOf(one.filePath(name));
+            const QByteArray there = contentOf(other.filePath(name));
+            const QByteArray last = std::exchange(known[name], here);
+            isMoving |= here != there;
+            if (here == last && there != last)
+                deliver(one.filePath(name), known[name] = there);
+            if (here == last || here == there)
+                continue;
+            if (there != last)
+                deliver(other.filePath(copy.arg(copies++)), there);
+            deliver(other.filePath(name), here);
         }
-        return true;
-    }
-
-    static void deliver(const QString &path, const QByteArray &content)
-    {
-        if (content.isEmpty())
-            QFile::remove(path);
-        else
-            putInPlace(path, content);
-    }
-
-    QDir m_one;
-    QDir m_other;
-    std::map<QString, QByteArray> m_last;
-    int m_conflicts = 0;
-};
+        if (isMoving)
+            moved = Clock::now();
+        return Clock::now() - moved > 2 * aMoment;
+    });
+}
 
 } // namespace
 
@@ -152,20 +122,19 @@ private Q_SLOTS:
         // Both write before they have heard of each other.
         QVERIFY(desk.write(u"desk one"_s) && lap.write(u"lap one"_s));
         QVERIFY(desk.settles({u"desk one"_s}) && lap.settles({u"lap one"_s}));
-        SyncTool tool(desk.folder(), lap.folder());
         QSet<QString> all{u"desk one"_s, u"lap one"_s};
         // The conflict copies are taken in.
         const auto isGood = [&] {
             return desk.bodies() == all && contentOf(desk.store()) == contentOf(lap.store()) &&
                    desk.files() == QStringList{u"notes.json"_s} && lap.files() == desk.files();
         };
-        QVERIFY(tool.settle(isGood));
+        QVERIFY(sync(desk.folder(), lap.folder(), isGood));
 
         // And again, with a history.
         QVERIFY(desk.write(u"desk two"_s) && lap.write(u"lap two"_s));
         QVERIFY(waitUntil([&] { return desk.bodies().size() == 3 && lap.bodies().size() == 3; }));
         all += {u"desk two"_s, u"lap two"_s};
-        QVERIFY(tool.settle(isGood));
+        QVERIFY(sync(desk.folder(), lap.folder(), isGood));
     }
 
     void aRemoteChangeMeetsWhatIsOpen()
@@ -177,7 +146,7 @@ private Q_SLOTS:
         session.seat.type(u"hello"_s);
         QVERIFY(desk.settles({u"hello"_s}));
         // Another machine's note arrives in the middle of a sentence.
-        putInPlace(desk.store(), Session::storeOf({u"remote"_s}));
+        deliver(desk.store(), Session::storeOf({u"remote"_s}));
         session.seat.type(u" world"_s);
         QVERIFY(desk.settles({u"hello world"_s, u"remote"_s}));
 
@@ -186,7 +155,7 @@ private Q_SLOTS:
         QVERIFY(desk.settles({u"hello world"_s, u"remote"_s}));
         const QPoint secondRow = session.on(tileCenter(3) - QPoint(0, 30));
         QVERIFY(session.seat.pixel(secondRow) == creamInLight);
-        putInPlace(desk.store(), Session::storeOf({u"more"_s, u"and more"_s}));
+        deliver(desk.store(), Session::storeOf({u"more"_s, u"and more"_s}));
         QVERIFY(waitUntil([&] { return session.seat.pixel(secondRow) != creamInLight; }));
         QVERIFY(desk.settles({u"hello world"_s, u"remote"_s, u"more"_s, u"and more"_s}));
     }

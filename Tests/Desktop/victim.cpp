@@ -7,8 +7,6 @@
 
 #include <cstdio>
 
-namespace {
-
 class VictimWindow final : public QRasterWindow
 {
 protected:
@@ -22,8 +20,6 @@ protected:
         QPainter(this).fillRect(QRect(QPoint(), size()), QColor(90, 130, 170));
     }
 };
-
-} // namespace
 
 int main(int argc, char *argv[])
 {
