@@ -1,5 +1,6 @@
 #include "Brevio/Notes/StoreLocation.h"
 
+#include "Platform/Core/ApplicationId.h"
 #include "Platform/Storage/CloudDrive.h"
 #include "Platform/Storage/Files.h"
 
@@ -9,7 +10,6 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-const auto containerID = u"org.brevio.Brevio"_s;
 const auto storeName = u"/notes.json"_s;
 
 /// Empty when there is none.
@@ -17,10 +17,11 @@ QString containerOf(const Platform::CloudDrive &drive, const QString &libraryFol
 {
     if (!drive.isSignedIn())
         return {};
+    QString containerID = Platform::applicationId();
     if (const auto root = drive.containerRoot(containerID))
         return *root;
     const QString fallback =
-        libraryFolder + u"/Mobile Documents/"_s + QString(containerID).replace(u'.', u'~');
+        libraryFolder + u"/Mobile Documents/"_s + containerID.replace(u'.', u'~');
     return Platform::Files::exists(fallback) ? fallback : QString();
 }
 
