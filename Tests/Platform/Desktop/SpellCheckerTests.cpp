@@ -15,7 +15,6 @@ class SpellCheckerTests final : public QObject
 {
     Q_OBJECT
 
-private:
     [[nodiscard]] std::optional<QStringList> wrong(const QStringList &words)
     {
         std::optional<QStringList> found;
@@ -30,13 +29,11 @@ private:
         return QDir(QStringLiteral("/proc/self/task")).entryList(QDir::Dirs).size();
     }
 
-    qsizetype m_idleThreads = 0;
     QTemporaryDir m_home;
     ManualQueue m_queue;
     std::unique_ptr<SpellChecker> m_checker;
 
 private Q_SLOTS:
-    void initTestCase() { m_idleThreads = threads(); }
     void init()
     {
         qputenv("HOME", m_home.path().toUtf8());
@@ -86,16 +83,13 @@ private Q_SLOTS:
     {
         const QStringList word{QStringLiteral("recieve")};
         QCOMPARE(wrong(word), word);
-        QTRY_COMPARE(threads(), m_idleThreads + 1); // those joined are listed for a moment
-        m_queue.advance(9min);
-        QCOMPARE(threads(), m_idleThreads + 1);
-        m_queue.advance(1min);
-        QTRY_COMPARE(threads(), m_idleThreads);
-        QCOMPARE(m_queue.pendingJobs(), 0);
+        const auto whileLoaded = threads();
+        m_queue.advance(10min);
+        QTRY_VERIFY(threads() < whileLoaded);
         QCOMPARE(wrong(word), word);
     }
 
-    void whileTheSystemGivesNoThreadNothingIsChecked()
+    void whatIsDroppedOrFindsNoThreadIsNotAnswered()
     {
         const QStringList word{QStringLiteral("recieve")};
         ThreadShortage::isOn = true;
@@ -106,19 +100,10 @@ private Q_SLOTS:
         m_checker->learn(QStringLiteral("brevity"));
         m_checker->release();
         ThreadShortage::isOn = false;
+        m_checker->check(word, answer).reset();
         QCOMPARE(wrong(word), word); // asked later and answered
         QVERIFY(!isAnswered);
         QVERIFY(m_checker->isAvailable());
-    }
-
-    void aDroppedQuestionIsNotAnswered()
-    {
-        bool isAnswered = false;
-        auto request = m_checker->check({QStringLiteral("recieve")},
-                                        [&](const QStringList &) { isAnswered = true; });
-        request.reset();
-        QVERIFY(wrong({QStringLiteral("recieve")})); // asked later and answered
-        QVERIFY(!isAnswered);
     }
 };
 

@@ -1,4 +1,3 @@
-#include "Brevio/App/Updater.h"
 #include "Platform/Updates/UpdaterController.h"
 #include "Tests/Support/ManualTime.h"
 
@@ -13,10 +12,6 @@
 #include <QTest>
 
 #include <sodium.h>
-
-#include <csignal>
-
-#include <sys/resource.h>
 
 using namespace Platform;
 using namespace std::chrono_literals;
@@ -34,10 +29,8 @@ public:
             QTcpSocket *socket = nextPendingConnection();
             connect(socket, &QTcpSocket::readyRead, socket, [this, socket] {
                 const QByteArray path = socket->readAll().split(' ').value(1);
-                requests << path;
-                const QByteArray answer = answers.value(path, "no TLS");
-                socket->write(answer);
-                if (!isSilent && !answer.endsWith("\r\n\r\n"))
+                socket->write(answers.value(path));
+                if (!isSilent)
                     socket->disconnectFromHost();
             });
         });
@@ -61,8 +54,7 @@ public:
     }
 
     QMap<QByteArray, QByteArray> answers;
-    QByteArrayList requests;
-    bool isSilent = false; ///< leaves the connection open after a file too
+    bool isSilent = false; ///< leaves the connection open after its answer
 };
 
 QDialog *dialog()
@@ -97,17 +89,17 @@ class UpdaterTests final : public QObject
     std::unique_ptr<QTemporaryDir> home;
     std::unique_ptr<Server> server;
     std::unique_ptr<ManualQueue> queue;
-    std::unique_ptr<QWidget> window;
     std::unique_ptr<UpdaterController> controller;
     QByteArray address;
     QUrl opened;
 
-    QByteArray feed(const QByteArray &version = "0.2.0", const QByteArray &notes = "Better")
+    QByteArray feed(const QByteArray &version = "0.2.0")
     {
-        return "<rss><channel><item><description><![CDATA[" + notes +
-               "]]></description><enclosure url='" + server->address("/p/b_1.deb") + "' length='" +
-               QByteArray::number(package.size()) + "' version='" + version + "' edSignature='" +
-               signature.toBase64() + "'/></item></channel></rss>";
+        return "<rss><channel><item><description>&lt;p>New:&lt;/p>&lt;ul>&lt;li>Undo"
+               "</description><enclosure url='" +
+               server->address("/p/b_1.deb") + "' length='" + QByteArray::number(package.size()) +
+               "' version='" + version + "' edSignature='" + signature.toBase64() +
+               "'/></item></channel></rss>";
     }
 
     void check()
@@ -120,7 +112,7 @@ class UpdaterTests final : public QObject
                 opened = file;
                 return false; // there is no program for it
             });
-        controller->checkForUpdates(window.get());
+        controller->checkForUpdates(nullptr);
     }
 
     QString path(const char *name) const { return home->filePath(QString::fromLatin1(name)); }
@@ -132,7 +124,6 @@ class UpdaterTests final : public QObject
 private Q_SLOTS:
     void initTestCase()
     {
-        std::signal(SIGXFSZ, SIG_IGN);
         unsigned char secret[crypto_sign_ed25519_SECRETKEYBYTES];
         const auto raw = [](QByteArray &bytes) {
             return reinterpret_cast<unsigned char *>(bytes.data());
@@ -153,8 +144,6 @@ private Q_SLOTS:
         server->answers = {{"/feed", Server::file(feed())}, {"/p/b_1.deb", Server::file(package)}};
         address = server->address("/feed");
         queue = std::make_unique<ManualQueue>();
-        window = std::make_unique<QWidget>();
-        window->show();
     }
 
     void cleanup()
@@ -164,33 +153,20 @@ private Q_SLOTS:
         QCOMPARE(dialog(), nullptr);
     }
 
-    void aRunWithoutACheckHasNoUpdater()
-    {
-        QVERIFY(!Brevio::Updater::exists());
-        Brevio::Updater::shared().checkForUpdates(window.get());
-        QVERIFY(Brevio::Updater::exists());
-        QVERIFY(said().contains(u"Updates for Brevio come from your package manager."));
-        QCOMPARE(dialog()->parentWidget(), window.get());
-        QTest::keyClick(dialog(), Qt::Key_Escape);
-        QCOMPARE(dialog(), nullptr);
-    }
-
     void aVerifiedUpdateLandsInDownloads()
     {
         QDir(home->path()).mkdir(QStringLiteral("Downloads"));
-        QVERIFY(QFile::link(path("elsewhere"), path("Downloads/_.b_c_.deb")));
-        QByteArray xml = feed("0.10.0", "<p>New:</p><img src='" + server->address("/pixel") +
-                                            "'><ul><li>Undo</li></ul>");
+        QVERIFY(QFile::link(path("nowhere"), path("Downloads/_.b_c_.deb"))); // which stays
+        QByteArray xml = feed("0.10.0");
         xml.replace("b_1.deb", "..%2F.-~%01.b%3Cc%3E.deb");
-        server->answers["/feed"] = Server::redirect("/moved");
-        server->answers["/moved"] = Server::file(xml);
-        server->answers["/p/..%2F.-~%01.b%3Cc%3E.deb"] = Server::file(package);
+        server->answers = {{"/feed", Server::redirect("/moved")},
+                           {"/moved", Server::file(xml)},
+                           {"/p/..%2F.-~%01.b%3Cc%3E.deb", Server::file(package)}};
         check();
         QTRY_VERIFY(said().contains(u"Brevio 0.10.0 is available."));
         const QString notes = dialog()->findChild<QPlainTextEdit *>()->toPlainText();
         QCOMPARE(notes, QStringLiteral("New:\n• Undo"));
         QTest::keyClick(dialog(), Qt::Key_Return);
-        QVERIFY(said().contains(u"Downloading Brevio 0.10.0"));
         QTRY_VERIFY(said().contains(u"The update is in your Downloads folder."));
         QCOMPARE(left("tmp"), QStringList());
         QTest::keyClick(dialog(), Qt::Key_Return);
@@ -198,9 +174,6 @@ private Q_SLOTS:
         QFile saved(opened.toLocalFile());
         QVERIFY(saved.open(QIODevice::ReadOnly));
         QCOMPARE(saved.readAll(), package);
-        QVERIFY(!QFileInfo::exists(path("elsewhere")));
-        QVERIFY(said().contains(u"could not be opened"));
-        QVERIFY(!server->requests.contains("/pixel"));
     }
 
     void everyFailureIsToldAndLeavesNothing_data()
@@ -215,24 +188,17 @@ private Q_SLOTS:
             row(name, message, [this, where, answer] { server->answers[where] = answer; });
         };
         row("plain http", "not set up", [this] { address = "http://192.0.2.1/feed"; });
-        row("no TLS", "no secure connection", [this] { address.replace("http", "https"); });
+        row("built without", "come from your package manager", [this] { address.clear(); });
         row("nothing newer", "Brevio is up to date.",
             [this] { server->answers["/feed"] = Server::file(feed("0.1")); });
-        serve("no answer", "could not be reached", "/feed", {});
         serve("no such feed", "with an error", "/feed", Server::answer("404 Not Found", "Oh"));
         serve("in circles", "unsafe address", "/feed", Server::redirect("/feed"));
         serve("to an open line", "unsafe address", "/feed", Server::redirect("http://192.0.2.1/"));
         serve("a feed without end", "too large", "/feed",
               Server::answer("200 OK", QByteArray(largestAppcast + 1, ' ')));
         serve("a package cut short", "broke off", "/p/b_1.deb", Server::file(package).chopped(9));
-        serve("a package too short", "not as long", "/p/b_1.deb", Server::file(package.chopped(1)));
+        serve("a package too long", "not as long", "/p/b_1.deb", Server::file(package + 'A'));
         serve("another package", "not genuine", "/p/b_1.deb", Server::file('A' + package.mid(1)));
-        row("a full disk", "no room", [] {
-            const rlimit limit{50000, RLIM_INFINITY};
-            ::setrlimit(RLIMIT_FSIZE, &limit);
-        });
-        row("no Downloads", "could not be saved",
-            [this] { QFile::link(QStringLiteral("/dev/null"), path("Downloads")); });
     }
 
     void everyFailureIsToldAndLeavesNothing()
@@ -245,8 +211,6 @@ private Q_SLOTS:
         if (said().contains(u"is available"))
             QTest::keyClick(dialog(), Qt::Key_Return);
         QTRY_VERIFY2(said().contains(message), qPrintable(said()));
-        const rlimit unlimited{RLIM_INFINITY, RLIM_INFINITY};
-        ::setrlimit(RLIMIT_FSIZE, &unlimited);
         QCOMPARE(left("tmp"), QStringList());
         QCOMPARE(left("Downloads"), QStringList());
         QTest::keyClick(dialog(), Qt::Key_Escape);
@@ -260,37 +224,24 @@ private Q_SLOTS:
         server->isSilent = true;
         server->answers["/feed"].clear();
         check();
-        QTRY_COMPARE(server->requests.size(), 1);
-        QCOMPARE(dialog(), nullptr);
         queue->advance(300ms);
         QVERIFY(said().contains(u"Looking for updates"));
-        controller->checkForUpdates(nullptr); // is the one that is going on
         queue->advance(15s);
         QVERIFY(said().contains(u"stopped answering"));
-        QCOMPARE(server->requests.size(), 1);
     }
 
-    void whateverEndsADownloadTakesItAlong()
+    void aCancelledDownloadLeavesNothing()
     {
-        for (const Action &finish : std::initializer_list<Action>{
-                 [] { QTest::keyClick(dialog(), Qt::Key_Escape); }, [this] { window.reset(); },
-                 [] { QMetaObject::invokeMethod(qApp, "aboutToQuit"); }}) {
-            cleanup();
-            init();
-            server->isSilent = true;
-            server->answers["/p/b_1.deb"] = Server::file(package).chopped(9);
-            check();
-            QTRY_VERIFY(dialog());
-            QTest::keyClick(dialog(), Qt::Key_Return);
-            const QFileInfo folder(path("tmp/") + left("tmp").value(0));
-            const QString partial = folder.filePath() + QStringLiteral("/package");
-            QTRY_COMPARE(QFileInfo(partial).size(), package.size() - 9);
-            QVERIFY(!folder.permission(QFile::ReadGroup) && !folder.permission(QFile::ReadOther));
-            finish();
-            QCOMPARE(left("tmp"), QStringList());
-            QCOMPARE(left("Downloads"), QStringList());
-            QCOMPARE(dialog(), nullptr);
-        }
+        server->isSilent = true;
+        server->answers["/p/b_1.deb"] = Server::file(package).chopped(9);
+        check();
+        QTRY_VERIFY(dialog());
+        QTest::keyClick(dialog(), Qt::Key_Return);
+        const QString partial = path("tmp/") + left("tmp").value(0) + QStringLiteral("/package");
+        QTRY_COMPARE(QFileInfo(partial).size(), package.size() - 9);
+        QTest::keyClick(dialog(), Qt::Key_Escape);
+        QCOMPARE(left("tmp"), QStringList());
+        QCOMPARE(left("Downloads"), QStringList());
     }
 };
 
