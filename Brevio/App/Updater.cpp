@@ -25,11 +25,6 @@ Updater &Updater::shared()
     return *instance;
 }
 
-bool Updater::exists()
-{
-    return instance != nullptr;
-}
-
 Updater::Updater()
     : m_controller(
           std::make_unique<Platform::UpdaterController>(Platform::UpdateConfiguration::builtIn()))

@@ -18,8 +18,6 @@ class Updater final
 public:
     /// Made on first access, which needs an application object.
     static Updater &shared();
-    /// Whether anybody has asked yet.
-    [[nodiscard]] static bool exists();
 
     ~Updater();
     Updater(const Updater &) = delete;

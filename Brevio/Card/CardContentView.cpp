@@ -181,9 +181,8 @@ void CardContentView::setMousePassesThrough(bool passes)
         clearMask();
 }
 
-void CardContentView::resizeEvent(QResizeEvent *event)
+void CardContentView::resizeEvent(QResizeEvent *)
 {
-    QWidget::resizeEvent(event);
     m_textView->setGeometry(rect().adjusted(textInset, textInset, -textInset, -textInset));
     const QPoint buttonOrigin(width() - buttonSize.width() - buttonMargin,
                               height() - buttonSize.height() - buttonMargin);
@@ -191,16 +190,15 @@ void CardContentView::resizeEvent(QResizeEvent *event)
     m_pinIndicator->setGeometry({{width() - pinSize.width() - pinMargin, pinMargin}, pinSize});
 }
 
-bool CardContentView::eventFilter(QObject *watched, QEvent *event)
+bool CardContentView::eventFilter(QObject *, QEvent *event)
 {
     if (event->type() == QEvent::MouseMove)
         pointerMoved();
-    return QWidget::eventFilter(watched, event);
+    return false;
 }
 
-void CardContentView::enterEvent(QEnterEvent *event)
+void CardContentView::enterEvent(QEnterEvent *)
 {
-    QWidget::enterEvent(event);
     pointerMoved();
 }
 
@@ -211,17 +209,15 @@ void CardContentView::mouseMoveEvent(QMouseEvent *event)
     QWidget::mouseMoveEvent(event);
 }
 
-void CardContentView::leaveEvent(QEvent *event)
+void CardContentView::leaveEvent(QEvent *)
 {
-    QWidget::leaveEvent(event);
     fadeGridButton(0.0);
     m_idle.reset();
 }
 
-void CardContentView::hideEvent(QHideEvent *event)
+void CardContentView::hideEvent(QHideEvent *)
 {
-    QWidget::hideEvent(event);
-    m_idle.reset();
+    m_idle.reset(); // hidden, the program has nothing to do
     m_fade.reset();
     m_gridButtonTarget = 0.0;
     m_gridButton->setAlpha(0.0);

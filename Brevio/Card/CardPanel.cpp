@@ -65,7 +65,6 @@ void CardPanel::setContentView(QWidget *view)
     m_contentView = view;
     view->setParent(this);
     view->setGeometry(rect());
-    view->show();
 }
 
 void CardPanel::restoreOrigin()

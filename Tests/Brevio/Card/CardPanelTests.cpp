@@ -110,6 +110,25 @@ private Q_SLOTS:
         }
     }
 
+    void aMoveCountsOnceTheWindowHasSettled()
+    {
+        CardPanel panel = makePanel();
+        int moves = 0;
+        panel.windowDidMove = [&] { ++moves; };
+        panel.makeKeyAndOrderFront();
+        QVERIFY(QTest::qWaitForWindowExposed(&panel));
+        // The window manager's idea of a new window is contradicted once, and then taken.
+        const auto placings = m_screens.placements.size();
+        panel.move(1, 2);
+        QCOMPARE(m_screens.placements.size(), placings + 1);
+        panel.move(3, 4);
+        QCOMPARE(m_screens.placements.size(), placings + 1);
+        QCOMPARE(moves, 0);
+        m_queue.advance(300ms);
+        panel.move(5, 6);
+        QCOMPARE(moves, 1);
+    }
+
 private:
     using CardPanel = Brevio::CardPanel;
     CardPanel makePanel() { return CardPanel(*m_defaults, m_screens, m_queue); }
