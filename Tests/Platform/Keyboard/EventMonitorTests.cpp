@@ -1,5 +1,4 @@
 #include "Platform/Keyboard/EventMonitor.h"
-#include "Platform/Keyboard/MenuTracking.h"
 
 #include <QApplication>
 #include <QLineEdit>
@@ -134,30 +133,6 @@ private Q_SLOTS:
         menu.hide();
         scene.click(Qt::Key_A);
         QCOMPARE(scene.seen, QStringList{u"down 0"_s});
-    }
-
-    void menuTrackingSpansTheFirstMenuToTheLast()
-    {
-        NotificationCenter center;
-        const MenuTracking tracking(center);
-        QString posted;
-        const auto began = center.addObserver(MenuTracking::didBeginTracking,
-                                              [&](const auto &) { posted += u'<'; });
-        const auto ended =
-            center.addObserver(MenuTracking::didEndTracking, [&](const auto &) { posted += u'>'; });
-        auto menu = std::make_unique<QMenu>();
-        QMenu submenu;
-        menu->addAction(u"Item"_s);
-        submenu.addAction(u"Item"_s);
-        menu->popup({});
-        submenu.popup({});
-        submenu.hide();
-        QCOMPARE(posted, u"<"_s);
-        menu->hide();
-        QCOMPARE(posted, u"<>"_s);
-        menu->popup({});
-        menu.reset();
-        QVERIFY2(posted == u"<><>"_s, "deleted while open");
     }
 };
 

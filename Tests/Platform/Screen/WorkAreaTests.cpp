@@ -29,13 +29,11 @@ private Q_SLOTS:
         QTest::newRow("a bar at the top of the lower monitor reserves from the desktop's edge on")
             << std::vector<Strut>{{Qt::TopEdge, 210, 1280, 2879}} << left
             << QRect(1280, 210, 1600, 870);
-        QTest::newRow("a dock at the right") << std::vector<Strut>{{Qt::RightEdge, 64, 180, 1079}}
-                                             << left << QRect(1280, 180, 1536, 900);
         QTest::newRow("a bar at the bottom of the left, above the desktop's bottom")
             << std::vector<Strut>{{Qt::BottomEdge, 96, 0, 1279}} << QRect(0, 0, 1280, 984) << right;
-        QTest::newRow("a dock at the inner edge spares the outer monitor")
-            << std::vector<Strut>{{Qt::LeftEdge, 1344, 180, 1079}} << left
-            << QRect(1344, 180, 1536, 900);
+        QTest::newRow("docks at the right and at the inner edge spare the outer monitor")
+            << std::vector<Strut>{{Qt::RightEdge, 64, 180, 1079}, {Qt::LeftEdge, 1344, 180, 1079}}
+            << left << QRect(1344, 180, 1472, 900);
     }
 
     void barsTakeRoomOnlyFromTheMonitorTheyStandOn()

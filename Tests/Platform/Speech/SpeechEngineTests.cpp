@@ -8,7 +8,6 @@
 #include <QTest>
 
 #include <cstring>
-#include <limits>
 #include <random>
 
 using namespace Qt::StringLiterals;
@@ -105,16 +104,8 @@ private Q_SLOTS:
         QCOMPARE(hear(*m_engine, samples, learnt), Heard(words, words));
         QVERIFY(m_engine->adaptation() != learnt);
 
-        QVERIFY(Platform::meanFromBytes(learnt));
-        QByteArray flipped = learnt;
-        flipped[6] = static_cast<char>(~flipped[6]);
-        Platform::Cepstrum absurd{};
-        absurd[3] = std::numeric_limits<float>::quiet_NaN();
-        for (const QByteArray &junk : {QByteArray("junk"), flipped, learnt + 'x', learnt.chopped(1),
-                                       Platform::toBytes(absurd)}) {
-            QVERIFY(!Platform::meanFromBytes(junk));
-            QVERIFY(m_engine->start(junk));
-        }
+        for (const QByteArray &junk : {QByteArray("junk"), learnt.chopped(1)})
+            QVERIFY(!Platform::meanFromBytes(junk) && m_engine->start(junk));
     }
 
     void anUnfinishedUtteranceIsDropped()
@@ -129,18 +120,14 @@ private Q_SLOTS:
 
     void whereNobodySpeaksThereAreNoWords()
     {
-        const Samples speech = recording();
         const std::pair<const char *, Samples> rows[] = {
             {"digital silence", Samples(2 * second)},
-            {"quiet noise", made([](auto) { return noise(20.0); })},
-            {"loud noise", made([](auto) { return noise(3000.0); })},
+            {"noise", made([](auto) { return noise(3000.0); })},
             {"clicks", made([](auto i) {
                  const bool isClick = i % (second / 3) < 200;
                  return isClick ? (i % 2 ? 9000.0 : -9000.0) : noise(20.0);
              })},
-            {"hum of 100 Hz", made([](auto i) { return i % 160 < 80 ? 2000.0 : -2000.0; })},
-            {"a tenth of a second of speech",
-             {speech.begin() + second, speech.begin() + second + second / 10}}};
+            {"hum of 100 Hz", made([](auto i) { return i % 160 < 80 ? 2000.0 : -2000.0; })}};
         const QByteArray before = m_engine->adaptation();
         for (const auto &[name, samples] : rows) {
             QVERIFY2(hear(*m_engine, samples) == Heard(), name);
@@ -151,27 +138,17 @@ private Q_SLOTS:
     void aDamagedModelIsNotUsed()
     {
         QTemporaryDir root;
-        const QString good = u"/usr/share/pocketsphinx/model/en-us/"_s;
-        const QString copy = root.filePath(u"en-us/"_s);
-        QCOMPARE(QProcess::execute(u"cp"_s, {u"-rs"_s, good, copy}), 0); // as links
-        const QByteArray mdef = Platform::Files::read(good + u"en-us/mdef"_s).value_or("");
-        for (const char *name :
-             {"en-us/mdef", "en-us/means", "en-us/variances", "en-us/sendump",
-              "en-us/transition_matrices", "en-us.lm.bin", "cmudict-en-us.dict"}) {
-            const QString file = copy + QString::fromUtf8(name);
-            const auto engine = [&] { return createPocketSphinxEngine(english, {root.path()}); };
-            QVERIFY(engine() && QFile::rename(file, root.filePath(u"kept"_s)));
-            QVERIFY2(!engine(), name);
-            QByteArrayList damages{QByteArray(2000, '\x5a')};
-            if (file.endsWith(u"mdef"))
-                damages << mdef.first(20) << mdef.first(1150) << mdef.chopped(1);
-            for (const QByteArray &bytes : damages) {
-                QVERIFY(Platform::Files::replaceAtomically(file, bytes));
-                const auto damaged = engine();
-                QVERIFY2(damaged && !damaged->load() && !damaged->start({}), name);
-            }
-            QVERIFY(QFile::remove(file) && QFile::rename(root.filePath(u"kept"_s), file));
-        }
+        const QString good = u"/usr/share/pocketsphinx/model/en-us"_s;
+        QCOMPARE(QProcess::execute(u"cp"_s, {u"-rs"_s, good, root.path()}), 0); // as links
+        const QString file = root.filePath(u"en-us/en-us/mdef"_s);
+        const auto bytes = Platform::Files::read(file).value_or("");
+        const auto engine = [&] { return createPocketSphinxEngine(english, {root.path()}); };
+        QVERIFY(engine() && QFile::remove(file));
+        QVERIFY(!engine());
+        // The library would read past the end.
+        QVERIFY(Platform::Files::replaceAtomically(file, bytes.chopped(1)));
+        const auto damaged = engine();
+        QVERIFY(damaged && !damaged->load() && !damaged->start({}));
     }
 };
 

@@ -92,8 +92,6 @@ private Q_SLOTS:
             QCOMPARE(Files::read(target), bytes);
             QCOMPARE(entries(u"sub"_s).size(), 1);
         }
-        QVERIFY(QFile::remove(m_path) && QFile::link(outer, m_path));
-        QVERIFY2(!Files::replaceAtomically(m_path, newText), "the links run in a circle");
     }
 
     void onlyTheFileThatIsKnownIsReplaced()
@@ -103,14 +101,12 @@ private Q_SLOTS:
         QCOMPARE(known, Files::identity(m_path));
         QCOMPARE(Files::replaceKnown(m_path, newText, known), Files::Replacement::Done);
         QCOMPARE(known, Files::identity(m_path));
-        const auto ours = known;
         put(oldText); // by another program, by renaming
         QCOMPARE(Files::replaceKnown(m_path, newText, known), Files::Replacement::Refused);
         known.reset(); // there was none when it was looked for
         QCOMPARE(Files::replaceKnown(m_path, newText, known), Files::Replacement::Refused);
         compareFile(oldText);
         known = Files::identity(m_path);
-        QVERIFY(known != ours);
         QFile file(m_path); // in place
         QVERIFY(file.open(QFile::Append) && file.write("more") == 4 && file.flush());
         QCOMPARE(Files::replaceKnown(m_path, newText, known), Files::Replacement::Refused);
