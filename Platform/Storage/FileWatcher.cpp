@@ -68,14 +68,13 @@ class FolderWatcher final : public FileWatcher
 {
 public:
     FolderWatcher(const QString &folder, NameFilter filter, MainQueue &queue,
-                  std::function<void()> onChange, Method method)
+                  std::function<void()> onChange)
         : m_folder(folder)
         , m_filter(std::move(filter))
         , m_queue(queue)
         , m_reporter(queue, std::move(onChange))
     {
-        if (method == Method::Automatic)
-            listen();
+        listen();
         choose();
         m_reporter.soon();
     }
@@ -110,7 +109,7 @@ private:
     /// The folder may have been replaced by one elsewhere, and watches may have run out.
     void choose()
     {
-        if (m_kernel && m_kernel->tellsAll() && !FolderState::changesElsewhere(m_kernel->place())) {
+        if (m_kernel->tellsAll() && !FolderState::changesElsewhere(m_kernel->place())) {
             m_pendingPoll.reset();
             return;
         }
@@ -149,11 +148,9 @@ private:
 } // namespace
 
 std::unique_ptr<FileWatcher> FileWatcher::create(const QString &folder, NameFilter filter,
-                                                 MainQueue &queue, std::function<void()> onChange,
-                                                 Method method)
+                                                 MainQueue &queue, std::function<void()> onChange)
 {
-    return std::make_unique<FolderWatcher>(folder, std::move(filter), queue, std::move(onChange),
-                                           method);
+    return std::make_unique<FolderWatcher>(folder, std::move(filter), queue, std::move(onChange));
 }
 
 } // namespace Platform

@@ -19,10 +19,6 @@ class FileWatcher
 {
 public:
     using NameFilter = std::function<bool(const QString &fileName)>;
-    enum class Method {
-        Automatic,
-        Polling, ///< looks at the folder wherever it is
-    };
 
     virtual ~FileWatcher() = default;
 
@@ -38,8 +34,7 @@ public:
     /// Never null.
     [[nodiscard]] static std::unique_ptr<FileWatcher> create(const QString &folder,
                                                              NameFilter filter, MainQueue &queue,
-                                                             std::function<void()> onChange,
-                                                             Method method = Method::Automatic);
+                                                             std::function<void()> onChange);
 };
 
 } // namespace Platform
