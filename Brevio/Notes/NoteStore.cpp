@@ -4,6 +4,7 @@
 #include "Brevio/Notes/NoteMerge.h"
 #include "Platform/Storage/Folders.h"
 
+#include <QFileInfo>
 #include <QLoggingCategory>
 
 #include <algorithm>
@@ -331,8 +332,8 @@ void NoteStore::startWatching()
         return;
     m_watcher = m_environment.watch(
         m_location.folder,
-        [](const QString &name) {
-            return name == u"notes.json" || ConflictCopies::isNameOfOne(name);
+        [store = QFileInfo(m_location.file).fileName()](const QString &name) {
+            return name == store || ConflictCopies::isNameOfOne(name);
         },
         m_environment.queue, [this] { remoteFileMayHaveChanged(); });
 }

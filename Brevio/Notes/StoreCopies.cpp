@@ -71,8 +71,8 @@ void StoreCopies::keepAside(const NoteList &notes, const TombstoneList &tombston
     if (Files::exists(path) && !isHeld(path, Files::identity(path)) &&
         !Files::setAsideUnreadable(path, now))
         return;
-    if (!Files::replaceAtomically(path, StoreFile::encode(notes, tombstones)))
-        return;
+    // Also on a failure: the new file may be there, its folder alone not synced.
+    (void)Files::replaceAtomically(path, StoreFile::encode(notes, tombstones));
     if (const auto identity = Files::identity(path))
         m_held.insert_or_assign(path, *identity);
 }
