@@ -33,12 +33,13 @@ private Q_SLOTS:
             Card card;
             card.text().setText(base);
             card.holdAndSay(u"To"_s);
-            QVERIFY(card.text().isDictating());
+            QCOMPARE(card.text().viewport()->cursor().shape(), Qt::BitmapCursor);
             card.recognizer().report(u"Two words"_s);
             QCOMPARE(card.text().text(), text);
             QCOMPARE(card.bodies(), QStringList()); // not before the key is up
             card.release();
             QVERIFY(card.isQuiet());
+            QCOMPARE(card.text().viewport()->cursor().shape(), Qt::IBeamCursor);
             QCOMPARE(card.bodies(), QStringList{text});
 
             // A second look at what was heard, which replaces the first and no more.
@@ -48,16 +49,6 @@ private Q_SLOTS:
             QCOMPARE(card.bodies(), QStringList{text + u" more"_s});
             QCOMPARE(card.text().text(), text + u" more"_s);
         }
-    }
-
-    void silenceChangesNothing()
-    {
-        Card card(u"A line"_s);
-        const auto edited = card.store.notes().front().lastEditedAt;
-        card.wait(1h);
-        card.say(QString());
-        card.recognizer().finish(QString());
-        QCOMPARE(card.store.notes().front().lastEditedAt, edited);
     }
 
     void whatDoesNotFitIsNotShown()
@@ -206,12 +197,6 @@ private Q_SLOTS:
         card.type(u"."_s);
         card.recognizer().finish(u"Too late"_s);
         QCOMPARE(card.bodies(), QStringList{u"typed\nSaid!\nMore."_s});
-        card.say(u"To"_s);
-        card.controller.enterGridMode();
-        card.discard();
-        card.type(u"morrow"_s);
-        card.recognizer().finish(u"Too late"_s);
-        QVERIFY(card.text().text().endsWith(u"\nTomorrow"_s));
         // Below them, while nothing had been recognised yet, there is room for them.
         card.text().selectAll();
         card.type(u"\b"_s);
@@ -224,27 +209,20 @@ private Q_SLOTS:
     void listensOnlyOnTheCardItself()
     {
         Card card(u"A line"_s);
-        const auto begins = [&card](QWidget *focus, Qt::Key key, Qt::KeyboardModifiers modifiers) {
-            QTest::keyPress(focus, key, modifiers);
+        const auto begins = [&card](QWidget *focus) {
+            QTest::keyPress(focus, Qt::Key_Alt, Qt::AltModifier);
             return card.text().isDictating() || !card.permissions.asked.empty();
         };
         card.elsewhere.activateWindow();
         QVERIFY(QTest::qWaitForWindowActive(&card.elsewhere));
-        QVERIFY2(!begins(&card.text(), Qt::Key_Alt, Qt::AltModifier), "without the keyboard");
+        QVERIFY2(!begins(&card.text()), "without the keyboard");
         QTest::keyRelease(&card.text(), Qt::Key_Alt);
         card.summon(); // takes the keyboard
         card.controller.enterGridMode();
-        QVERIFY2(!begins(&card.controller.grid(), Qt::Key_Alt, Qt::AltModifier), "in the grid");
+        QVERIFY2(!begins(&card.controller.grid()), "in the grid");
         QTest::keyRelease(&card.controller.grid(), Qt::Key_Alt);
         card.discard();
-        // Other modifiers make no difference, before or after.
-        QVERIFY(begins(&card.text(), Qt::Key_Control, Qt::ControlModifier | Qt::AltModifier));
-        card.permissions.answer(true, true);
-        QTest::keyPress(&card.text(), Qt::Key_Shift, Qt::ShiftModifier | Qt::AltModifier);
-        card.wait(150ms);
-        QVERIFY(!card.isQuiet());
-        QTest::keyRelease(&card.text(), Qt::Key_Alt);
-        QVERIFY(!card.text().isDictating());
+        QVERIFY(begins(&card.text()));
     }
 
     void chordAsksNothing()
@@ -261,11 +239,6 @@ private Q_SLOTS:
         card.pressAlt();
         card.wait(300ms);
         QVERIFY(!card.permissions.asked.empty());
-        // The question has the keyboard, and gives it back to a card that is still there.
-        card.elsewhere.activateWindow();
-        QVERIFY(QTest::qWaitForWindowActive(&card.elsewhere));
-        card.permissions.answer(true, false);
-        QVERIFY(QTest::qWaitForWindowActive(&card.controller.panel()));
     }
 };
 

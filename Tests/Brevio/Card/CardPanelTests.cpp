@@ -9,7 +9,6 @@
 #include <QTest>
 
 using namespace std::chrono_literals;
-using Platform::Screen;
 
 namespace {
 
@@ -19,15 +18,6 @@ QJsonObject json(const char *text)
 {
     return QJsonDocument::fromJson(text).object();
 }
-
-/// The primary screen has a bar of 30 at its top, the one to its right a dock of 100 at the left.
-std::vector<Screen> twoScreens()
-{
-    return {{QRectF(0, 0, 1280, 800), QRectF(0, 0, 1280, 770)},
-            {QRectF(1280, -200, 1600, 1000), QRectF(1380, -200, 1500, 1000)}};
-}
-
-constexpr QPointF centerOfFirst{640 - 230, 385 - 140};
 
 } // namespace
 
@@ -47,43 +37,26 @@ private Q_SLOTS:
 
     void isPlacedWhereItWasLeftIfThatCanBeSeen()
     {
-        m_screens.screens = twoScreens();
+        // The primary screen has a bar of 30 at its top, the one to its right a dock at its left.
+        m_screens.screens = {{QRectF(0, 0, 1280, 800), QRectF(0, 0, 1280, 770)},
+                             {QRectF(1280, -200, 1600, 1000), QRectF(1380, -200, 1500, 1000)}};
+        constexpr QPointF center{640 - 230, 385 - 140};
         for (const auto &[saved, origin] :
              {std::pair(R"({"x": 30.25, "y": 40.5, "z": 1})", QPointF(30.25, 40.5)),
               {R"({"x": -459, "y": 40})", {-459, 40}}, // one column is visible
               {R"({"x": 30, "y": 769})", {30, 769}},   // one row
-              {R"({"x": 2000, "y": -190})", {2000, -190}},
-              {R"({"x": 30, "y": 770})", centerOfFirst},   // under the bar
-              {R"({"x": 900, "y": -290})", centerOfFirst}, // under the dock and over nothing
-              {R"({"x": 30})", centerOfFirst},
-              {R"({"x": "30", "y": 40})", centerOfFirst},
-              {R"({"x": 30, "y": 40, "z": "1"})", centerOfFirst}}) {
+              {R"({"x": 30, "y": 770})", center},      // under the bar
+              {R"({"x": 900, "y": -290})", center},    // under the dock and over nothing
+              {R"({"x": 30})", center}}) {
             const TableRow row(QString::fromLatin1(saved));
             m_defaults->set(originKey, json(saved));
-            const CardPanel panel = makePanel();
-            QCOMPARE(panel.origin(), origin);
-            QVERIFY(!panel.isVisible());
+            QCOMPARE(makePanel().origin(), origin);
         }
-    }
-
-    void isCenteredOnTheScreenUnderThePointer()
-    {
+        // Without any screen it stays where it is.
         CardPanel panel = makePanel();
-        m_screens.screens = twoScreens();
-        for (const auto &[mouse, center] : {std::pair(QPointF(1279, 5), centerOfFirst),
-                                            {QPointF(1280, 5), QPointF(2130 - 230, 300 - 140)},
-                                            {QPointF(5, -50), centerOfFirst}}) { // nowhere
-            m_screens.mouse = mouse;
-            panel.restoreOrigin();
-            QCOMPARE(panel.origin(), center);
-        }
-        // The middle is not rounded, and without any screen the panel stays where it is.
-        m_screens.screens = {{QRectF(0, 0, 1367, 801), QRectF(0, 0, 1367, 801)}};
-        panel.restoreOrigin();
         m_screens.screens.clear();
         panel.restoreOrigin();
-        panel.persistOrigin();
-        QCOMPARE(m_defaults->object(originKey).toObject(), json(R"({"x": 453.5, "y": 260.5})"));
+        QCOMPARE(panel.origin(), center);
     }
 
     void aShakeEndsExactlyWhereItBeganAlsoWhenItIsCutShort()
