@@ -63,10 +63,9 @@ private:
         cursor.setPosition(caret, QTextCursor::KeepAnchor);
         m_view->setTextCursor(cursor);
     }
-    QMenu *openMenu(QContextMenuEvent::Reason reason = QContextMenuEvent::Keyboard,
-                    QPoint place = {})
+    QMenu *openMenu()
     {
-        QContextMenuEvent event(reason, place, m_view->viewport()->mapToGlobal(place));
+        QContextMenuEvent event(QContextMenuEvent::Keyboard, {}, {});
         QCoreApplication::sendEvent(m_view->viewport(), &event);
         m_spelling.answer();
         return qobject_cast<QMenu *>(QApplication::activePopupWidget());
@@ -328,21 +327,12 @@ private Q_SLOTS:
         press(Qt::Key_Home, Qt::ControlModifier);
         QCOMPARE(marksAfterChecking(), QStringList{u"wrnog"_qs});
 
-        // The word under the mouse. The menu does not wait for ever.
-        const int line = static_cast<int>(m_line);
-        QString corrects;
-        for (const auto place : {QPoint(20, line - 3), {200, line - 3}, {20, 3 * line}}) {
-            QMenu *menu = openMenu(QContextMenuEvent::Mouse, place);
-            corrects += menu && menu->actions()[0]->text() == u"wrnog" ? u'+' : u'-';
-            menu->close();
-        }
-        QCOMPARE(corrects, u"+--"_qs);
+        // The menu does not wait for ever.
         press(Qt::Key_F10, Qt::ShiftModifier);
         m_queue.advance(399ms);
         QVERIFY(!QApplication::activePopupWidget());
         m_queue.advance(1ms);
-        const auto actions = QApplication::activePopupWidget()->actions();
-        QVERIFY(actions[0]->text() == u"No Guesses Found" && !actions[0]->isEnabled());
+        QCOMPARE(QApplication::activePopupWidget()->actions()[0]->text(), u"No Guesses Found"_qs);
 
         // No menu for a word of a note that has gone, be it open or still to come.
         m_view->setText(u"wrnog"_qs);
@@ -355,43 +345,17 @@ private Q_SLOTS:
         QVERIFY(!QApplication::activePopupWidget());
     }
 
-    void caretAndSelectionAreAsTallAsTheirLinesAndInTheInk()
+    void theCaretIsInTheInkAndOnlyWhereTheInputMethodHasNone()
     {
         const QColor ink(Qt::blue);
         m_view->setColors(ink, Qt::yellow);
-        m_view->setText(u"aaa\n\na██"_qs);
-        const int line = static_cast<int>(m_line);
-        const auto at = [&](int x, int y) { return m_view->grab().toImage().pixelColor(x, y); };
+        m_view->setText(u"aaa"_qs);
         select(0, 0);
-        QCOMPARE(at(5, line - 1), ink);
+        const int bottom = static_cast<int>(m_line) - 1;
+        const auto color = [&] { return m_view->grab().toImage().pixelColor(5, bottom); };
+        QCOMPARE(color(), ink);
         compose(u"a"_qs); // with no caret
-        QVERIFY(at(5, line - 1) != ink);
-        compose({});
-        select(1, 6); // to the first letter of the last line
-        QString seen; // of each line: left of it, its first letter, middle and end, right of it
-        for (const int y : {1, line + 1, 2 * line + 1})
-            for (const int x : {4, 6, 200, 408, 412})
-                seen += at(x, y) == QColor(Qt::yellow) ? u'#' : u'.';
-        QCOMPARE(seen, u"..##."
-                       u".###."
-                       u".#..."_qs);
-        m_view->selectAll();
-        QCOMPARE(at(20, 2 * line + line / 2), ink);
-    }
-
-    void thePointerIsAMicrophoneInTheInksColorWhileDictating()
-    {
-        const auto pointer = [this] { return m_view->viewport()->cursor(); };
-        const auto tint = [&] {
-            return pointer().pixmap().toImage().pixelColor(pointer().hotSpot() - QPoint(0, 4));
-        };
-        QCOMPARE(pointer().shape(), Qt::IBeamCursor);
-        m_view->setDictating(true);
-        QCOMPARE(tint(), QColor(Qt::black));
-        m_appearance.setScheme(Platform::ColorScheme::Dark);
-        QCOMPARE(tint(), QColor(Qt::white));
-        m_view->setDictating(false);
-        QCOMPARE(pointer().shape(), Qt::IBeamCursor);
+        QVERIFY(color() != ink);
     }
 
     void aNoteThatIsTooTallDoesNotScrollAndCanBeShortened()
@@ -405,9 +369,6 @@ private Q_SLOTS:
                  static_cast<int>(3.0 * m_line));
         press(Qt::Key_Backspace);
         QCOMPARE(m_view->text(), u"1\n2\n3\n4"_qs);
-        press(Qt::Key_Backspace);
-        press(Qt::Key_Backspace);
-        QVERIFY(m_view->viewport()->mask().isEmpty());
     }
 };
 
