@@ -15,11 +15,7 @@
 class FakeAudioEngine final : public Platform::AudioEngine
 {
 public:
-    void installTap(std::size_t size, Tap tap) override
-    {
-        bufferSize = size;
-        m_tap = std::move(tap);
-    }
+    void installTap(std::size_t, Tap tap) override { m_tap = std::move(tap); }
     void removeTap() override { m_tap = nullptr; }
     bool start() override
     {
@@ -48,8 +44,7 @@ public:
     }
 
     bool canStart = true;
-    std::size_t bufferSize = 0; ///< of the latest tap
-    int starts = 0;             ///< how often it was opened, or was to be
+    int starts = 0; ///< how often it was opened, or was to be
 
 private:
     Tap m_tap;

@@ -120,11 +120,10 @@ private Q_SLOTS:
                      R"({"notes":null,"tombstones":null,"version":null})", R"({"version":30e-1})",
                      fileWith("\"x\":" + QByteArray(500, '[') + QByteArray(500, ']')),
                      tombstone(deletedAt + ",\"id\":" + id)});
-        // No JSON.
-        check(false, {"", "[]", "{}{}", "{}//", R"({"notes":[],})", fileWith(R"("x":012)"),
-                      fileWith(R"("body":"\q")"), fileWith(R"("body":"\u00g0")"),
+        // No JSON, in ways that damage hardly finds by itself.
+        check(false, {"", "[]", "{}{}", fileWith(R"("body":"\q")"), fileWith(R"("body":"\u00g0")"),
                       fileWith(R"("body":"\ud83d\u1")"), fileWith("\"body\":\"a\nb\""),
-                      fileWith("\"body\":\"\xff\""), fileWith("\"body\":\"\xed\xa0\x80\""),
+                      fileWith("\"body\":\"\xed\xa0\x80\""),
                       fileWith("\"x\":" + QByteArray(1'000'000, '['))});
         // Not what may stand there.
         check(false, {R"({"version":9223372036854775808})", R"({"version":2.5})", R"({"notes":{}})",

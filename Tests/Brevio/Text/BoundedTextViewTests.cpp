@@ -364,9 +364,6 @@ private Q_SLOTS:
         m_view->verticalScrollBar()->setValue(100);
         m_view->ensureCursorVisible();
         QCOMPARE(m_view->verticalScrollBar()->value(), 0);
-        // Three lines and not a part of a fourth.
-        QCOMPARE(m_view->viewport()->mask().boundingRect().height(),
-                 static_cast<int>(3.0 * m_line));
         press(Qt::Key_Backspace);
         QCOMPARE(m_view->text(), u"1\n2\n3\n4"_qs);
     }

@@ -25,7 +25,6 @@ private Q_SLOTS:
             {"en_US", R"(("a 'b' c") "'d'")", "(“a ‘b’ c”) “‘d’”"},
             {"en_US", R"(6" and 5'10" and "7")", "6\" and 5’10\" and “7”"},
             {"en_US", R"(a="b" `"c"` "d")", R"(a="b" `"c"` “d”)"},
-            {"tlh", R"("a")", "“a”"},
             {"de_AT", R"("Das 'geht' so's")", "„Das ‚geht‘ so’s“"},
             {"de_CH", R"("Ja" 'Nein')", "«Ja» ‹Nein›"},
             {"fr_FR", R"("l'eau")", "«\u00a0l’eau\u00a0»"},
