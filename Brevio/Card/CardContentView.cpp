@@ -120,7 +120,6 @@ CardContentView::CardContentView(Platform::Appearance &appearance, Platform::Mai
         Platform::Fonts::baskerville(textPoints, Platform::Fonts::Slant::Upright, fallbackPoints));
     m_textView->maxVisibleHeight = maxTextHeight;
     m_pinIndicator->hide();
-    setFocusProxy(m_textView);
 
     // The editor keeps the pointer's movements to itself.
     setMouseTracking(true);
