@@ -41,6 +41,10 @@ public:
 
 const QList<SpellWords::Word> &wordsOf(QTextBlock block)
 {
+    // A caret can stand behind a text that has just been taken away, in no block at all.
+    static const QList<SpellWords::Word> none;
+    if (!block.isValid())
+        return none;
     auto *known = static_cast<ParagraphWords *>(block.userData());
     if (!known) {
         known = new ParagraphWords;
