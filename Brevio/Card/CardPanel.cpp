@@ -200,11 +200,10 @@ void CardPanel::moveEvent(QMoveEvent *event)
         windowDidMove();
 }
 
-void CardPanel::closeEvent(QCloseEvent *event)
+void CardPanel::closeEvent(QCloseEvent *)
 {
-    // The text is in the store already, so there is nothing to ask; refusing would stop a quit.
+    // Taken as it is: the text is in the store already, and refusing would stop a quit.
     orderOut();
-    event->accept();
 }
 
 void CardPanel::mousePressEvent(QMouseEvent *event)

@@ -1,12 +1,16 @@
+#include "Platform/Core/Portal.h"
 #include "Platform/Keyboard/HotKeys.h"
 #include "Tests/Desktop/Desktop.h"
 #include "Tests/Support/FakeKeyboardLayout.h"
 
+#include <QDBusConnectionInterface>
+#include <QDBusMessage>
 #include <QJsonDocument>
 #include <QTest>
 
 using namespace Qt::StringLiterals;
 using Platform::HotKeys;
+using Platform::Portal;
 
 namespace {
 
@@ -81,6 +85,13 @@ private Q_SLOTS:
             QCOMPARE(event.id, id);
         });
         const auto changes = m_hotKeys->onTriggerChange([&] { log += u'!'; });
+        // Another program's session is none of ours.
+        auto bus = QDBusConnection::sessionBus();
+        auto stray = QDBusMessage::createSignal(
+            Portal::path, Portal::interfaceNamed(u"GlobalShortcuts"_s), u"Activated"_s);
+        stray << QVariant::fromValue(QDBusObjectPath(u"/other"_s)) << u"go"_s << quint64(0)
+              << QVariantMap();
+        QVERIFY(bus.send(stray) && bus.interface()->isServiceRegistered(Portal::service));
         m_portal->write("press\nrelease\ntrigger F9\n");
         QTRY_COMPARE(log, u"+-!"_s);
         QCOMPARE(trigger(), u"F9"_s);
@@ -105,6 +116,9 @@ private Q_SLOTS:
     void aRefusalHoldsUntilTheUserAsksForAChange()
     {
         startPortal({u"1"_s, u"refuse"_s});
+        // There before us, for once.
+        auto *bus = QDBusConnection::sessionBus().interface();
+        QTRY_VERIFY_WITH_TIMEOUT(bus->isServiceRegistered(Portal::service), howLong);
         startHotKeys();
         QTRY_COMPARE_WITH_TIMEOUT(calls().size(), 4, howLong);
         m_hotKeys->unregisterHotKey(id);

@@ -177,6 +177,8 @@ private Q_SLOTS:
             card.holdAndSay(u"Three"_s);
             card.recognizer().finish(last, 1);
             QCOMPARE(card.text().text(), text);
+            card.recognizer().report(u"Three"_s);
+            QCOMPARE(card.text().text(), text);
             card.release();
             QCOMPARE(card.bodies(), QStringList{text});
         }

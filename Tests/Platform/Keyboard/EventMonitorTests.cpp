@@ -1,5 +1,7 @@
 #include "Platform/Keyboard/EventMonitor.h"
 
+#include "Platform/Core/UserTime.h"
+
 #include <QApplication>
 #include <QLineEdit>
 #include <QMenu>
@@ -104,6 +106,7 @@ private Q_SLOTS:
         scene.send(QEvent::KeyPress, Qt::Key_A, 38, 1500);
         scene.send(QEvent::KeyRelease, Qt::Key_A, 38, 1540);
         scene.send(QEvent::KeyPress, Qt::Key_A, 38, 1700);
+        QCOMPARE(Platform::UserTime::latest(), 1700U);
         QCOMPARE(scene.seen, QStringList({u"down 0"_s, u"again 0"_s, u"down 0"_s}));
     }
 
