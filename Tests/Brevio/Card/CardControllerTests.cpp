@@ -286,6 +286,7 @@ private Q_SLOTS:
         }
         card.wait(181ms);
         QCOMPARE(card.card().gridButtonAlpha(), 0.0);
+        QCOMPARE(card.root().childAt(432, 252)->cursor().shape(), Qt::PointingHandCursor);
         // Also for a screen reader while it is transparent.
         auto *button = QAccessible::queryAccessibleInterface(card.root().childAt(432, 252));
         button->actionInterface()->doAction(QAccessibleActionInterface::pressAction());

@@ -144,6 +144,19 @@ private Q_SLOTS:
         QCOMPARE(queue.pendingJobs(), 0);
     }
 
+    void aMenuAndAnotherWindowLeaveTheRingWhereItIs()
+    {
+        show(2);
+        for (const auto &[reason, stays] : {std::pair(Qt::PopupFocusReason, true),
+                                            {Qt::ActiveWindowFocusReason, true},
+                                            {Qt::OtherFocusReason, false}}) {
+            takes(Qt::Key_Right);
+            QFocusEvent away(QEvent::FocusOut, reason);
+            QApplication::sendEvent(grid.get(), &away);
+            QCOMPARE(grid->focusedTile().has_value(), stays);
+        }
+    }
+
     void aPressOpensTheTileUnderItAtOnce()
     {
         show(4);
@@ -161,6 +174,11 @@ private Q_SLOTS:
         QCOMPARE(clicks, QList{notes[1].id});
         press({20, 20}); // the plus is alone now
         QCOMPARE(newCards, 1);
+        for (const auto &[place, shape] :
+             {std::pair(QPoint(20, 20), Qt::PointingHandCursor), {{5, 5}, Qt::ArrowCursor}}) {
+            QTest::mouseMove(grid.get(), place);
+            QCOMPARE(grid->cursor().shape(), shape);
+        }
 
         show(2);
         grid->animateDelete(notes[0].id);
