@@ -27,6 +27,7 @@ private Q_SLOTS:
         seat.press("Escape");
         QVERIFY(waitUntil([&] { return !menuIsOpen(); }));
         QVERIFY(session.gridShows());
+        QVERIFY(seat.pixel(session.on(tileDot(1))) != yellow);
         seat.click(session.on(tileCenter(1)), 3);
         QVERIFY(waitUntil(menuIsOpen));
         seat.press("Down Return");

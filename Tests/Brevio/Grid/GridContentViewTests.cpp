@@ -116,11 +116,17 @@ private Q_SLOTS:
         QMouseEvent move(QEvent::MouseMove, grip + QPoint(-9, 20), {}, {}, Qt::LeftButton, {});
         QApplication::sendEvent(bar, &move);
         QCOMPARE(bar->thumbRect(), thumb.translated(0, 20));
+        bar->hide(); // with the grid, in the middle of it
+        bar->show();
+        QMouseEvent later(QEvent::MouseMove, grip, {}, {}, {}, {});
+        QApplication::sendEvent(bar, &later);
+        QCOMPARE(bar->thumbRect(), thumb.translated(0, 20));
     }
 
     void deletionsMayOverlap()
     {
         show(5);
+        grid->animateDelete(QUuid::createUuid()); // of a note that no tile shows
         grid->animateDelete(notes[0].id);
         queue.advance(100ms);
         grid->animateDelete(notes[2].id);
