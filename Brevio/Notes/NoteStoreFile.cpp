@@ -32,10 +32,7 @@ NoteStoreFile::Found NoteStoreFile::look(Instant now)
 {
     if (!Files::exists(m_path)) {
         m_known.reset();
-        if (m_state == State::Read)
-            return {Look::Gone};
-        m_state = State::Absent;
-        return {Look::Absent};
+        return {m_wasRead ? Look::Gone : Look::Absent};
     }
     const auto identity = Files::identity(m_path);
     // A second reading could only take back what was changed since, a card put back for one.
@@ -46,7 +43,7 @@ NoteStoreFile::Found NoteStoreFile::look(Instant now)
         qCWarning(fileLog) << "cannot be read as notes and is left as it is:" << m_path;
         return {Look::Unreadable};
     }
-    m_state = State::Read;
+    m_wasRead = true;
     m_known = identity;
     return {Look::New, std::move(*read)};
 }
@@ -60,8 +57,7 @@ std::optional<OnDisk> NoteStoreFile::content(Instant now) const
 bool NoteStoreFile::isOthers() const
 {
     // A store that was not there at first may lie on a drive that has only now come up.
-    return m_isSynced || m_state == State::Unread ||
-           (m_state == State::Absent && Files::exists(m_path));
+    return m_isSynced || !m_wasRead;
 }
 
 bool NoteStoreFile::makeWay(Instant now)
@@ -78,8 +74,7 @@ bool NoteStoreFile::makeWay(Instant now)
 Files::Replacement NoteStoreFile::replace(const QByteArray &bytes)
 {
     const auto result = Files::replaceKnown(m_path, bytes, m_known);
-    if (result == Files::Replacement::Done)
-        m_state = State::Read;
+    m_wasRead |= result == Files::Replacement::Done;
     return result;
 }
 

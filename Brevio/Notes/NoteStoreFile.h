@@ -44,11 +44,9 @@ public:
     [[nodiscard]] bool sync() const { return Platform::Files::sync(m_path); }
 
 private:
-    enum class State { Unread, Absent, Read };
-
     QString m_path;
     bool m_isSynced;
-    State m_state = State::Unread;
+    bool m_wasRead = false; ///< or written, at some time
     /// The file last read or written; nothing when there was none or it is not known.
     std::optional<Platform::Files::Identity> m_known;
 };

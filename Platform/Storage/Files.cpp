@@ -132,7 +132,7 @@ bool moveWithoutReplacing(const QByteArray &from, const QByteArray &to)
 {
     if (::renameat2(AT_FDCWD, from.constData(), AT_FDCWD, to.constData(), RENAME_NOREPLACE) == 0)
         return true;
-    if (errno != EINVAL && errno != ENOSYS)
+    if (errno != EINVAL)
         return false;
     // This file system cannot do both in one step.
     struct stat there

@@ -58,7 +58,7 @@ private:
     std::vector<Interest> m_interests;
     QByteArray m_place;
     std::pair<quint64, quint64> m_placeNumbers; ///< its device and inode
-    bool m_tellsAll = true;
+    bool m_tellsAll = false;                    ///< since the watch began
 };
 
 } // namespace Platform

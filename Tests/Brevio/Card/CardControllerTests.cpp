@@ -298,7 +298,8 @@ private Q_SLOTS:
         Card card;
         card.summon();
         card.appearance.setScheme(Platform::ColorScheme::Dark);
-        QCOMPARE(card.text().palette().color(QPalette::Text), CardColors::cardInk().dark);
+        for (const auto role : {QPalette::Text, QPalette::HighlightedText})
+            QCOMPARE(card.text().palette().color(role), CardColors::cardInk().dark);
     }
 };
 

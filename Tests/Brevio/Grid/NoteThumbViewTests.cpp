@@ -1,5 +1,8 @@
 #include "Brevio/Grid/NoteThumbView.h"
 
+#include "Brevio/CardColors.h"
+
+#include <QPainter>
 #include <QTest>
 
 using namespace Brevio;
@@ -20,6 +23,33 @@ class NoteThumbViewTests final : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
+    void aTileIsInkOnPaperWithADotWhenItIsPinned()
+    {
+        const auto dark = Platform::ColorScheme::Dark;
+        const QColor ink = CardColors::cardInk().resolved(dark);
+        for (const bool isPinned : {false, true}) {
+            NoteThumbView tile;
+            tile.setNote(Note{QUuid::createUuid(), u"mmmm"_qs, {}, {}, isPinned});
+            const auto painted = [&] {
+                QImage image(tileSize.toSize(), QImage::Format_ARGB32_Premultiplied);
+                image.fill(Qt::transparent);
+                QPainter painter(&image);
+                tile.paint(painter, {dark, 1.0});
+                return image;
+            };
+            const QImage image = painted();
+            QCOMPARE(image.pixelColor(70, 60).rgb(), CardColors::thumbFill().resolved(dark).rgb());
+            QCOMPARE(image.pixelColor(132, 7).rgb() == Platform::systemYellow().dark.rgb(),
+                     isPinned);
+            int brightest = 0;
+            for (int at = 0; at < 40 * 20; ++at)
+                brightest = std::max(brightest, image.pixelColor(6 + at % 40, 6 + at / 40).red());
+            QVERIFY2(brightest > ink.red() / 2, "the letters are not in ink");
+            tile.setAlpha(0.5);
+            QVERIFY(std::abs(painted().pixelColor(70, 60).alpha() - 128) <= 1);
+        }
+    }
+
     void aReturnEndsALine()
     {
         QStringList lines;
