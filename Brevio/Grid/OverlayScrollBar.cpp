@@ -33,7 +33,6 @@ OverlayScrollBar::OverlayScrollBar(Platform::Appearance &appearance, Platform::M
     , m_queue(queue)
 {
     setCursor(Qt::ArrowCursor);
-    hide();
     connect(&appearance, &Platform::Appearance::changed, this, qOverload<>(&QWidget::update));
 }
 

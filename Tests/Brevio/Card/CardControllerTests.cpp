@@ -293,6 +293,16 @@ private Q_SLOTS:
         QTRY_COMPARE(card.controller.mode(), CardMode::Grid);
     }
 
+    void facesAtRestAreCoveredAtTheEdgeOnly()
+    {
+        Card card;
+        card.summon();
+        const auto *veil = qobject_cast<QWidget *>(card.root().children().constLast());
+        for (const QPoint place : {QPoint(230, 5), {5, 140}})
+            QVERIFY(!veil->mask().contains(place));
+        QVERIFY(veil->mask().contains(QPoint(2, 2)));
+    }
+
     void inkFollowsTheAppearanceWhileTheCardIsOpen()
     {
         Card card;

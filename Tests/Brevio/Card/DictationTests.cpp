@@ -129,6 +129,7 @@ private Q_SLOTS:
         speaker.recognizer().finish(QStringLiteral("Hello there, you"));
         QCOMPARE(speaker.partials, QStringList({u"Hello"_qs, u"Hello there"_qs}));
         QCOMPARE(speaker.finals, QStringList({u"Hello there, you"_qs}));
+        QCOMPARE(speaker.recognizer().tasks.back().use_count(), 1); // nobody holds it any more
     }
 
     void endsByItselfSilently()
@@ -160,6 +161,7 @@ private Q_SLOTS:
         QVERIFY(sound.isOver); // so that its words are looked at a last time
         speaker.recognizer().finish(QStringLiteral("Heard"));
         QCOMPARE(speaker.partials, QStringList{u"Heard"_qs});
+        QCOMPARE(speaker.recognizer().tasks.back().use_count(), 1);
     }
 
     void doesWithoutWhatIsMissing()

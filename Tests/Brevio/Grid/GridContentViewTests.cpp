@@ -105,7 +105,9 @@ private Q_SLOTS:
         show(30);
         auto *bar = grid->findChild<OverlayScrollBar *>();
         scroll({0, -100}, {});
-        queue.advance(900ms);
+        queue.advance(120ms);
+        QCOMPARE(bar->alpha(), 1.0);
+        queue.advance(780ms);
         QCOMPARE(bar->alpha(), 1.0);
         queue.advance(300ms);
         QVERIFY(bar->alpha() == 0.0 && queue.pendingJobs() == 0);
@@ -118,6 +120,7 @@ private Q_SLOTS:
         QCOMPARE(bar->thumbRect(), thumb.translated(0, 20));
         bar->hide(); // with the grid, in the middle of it
         bar->show();
+        QCOMPARE(bar->alpha(), 0.0);
         QMouseEvent later(QEvent::MouseMove, grip, {}, {}, {}, {});
         QApplication::sendEvent(bar, &later);
         QCOMPARE(bar->thumbRect(), thumb.translated(0, 20));

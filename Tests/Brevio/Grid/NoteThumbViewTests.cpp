@@ -1,6 +1,7 @@
 #include "Brevio/Grid/NoteThumbView.h"
 
 #include "Brevio/CardColors.h"
+#include "Brevio/Grid/NewCardThumbView.h"
 
 #include <QPainter>
 #include <QTest>
@@ -48,6 +49,15 @@ private Q_SLOTS:
             tile.setAlpha(0.5);
             QVERIFY(std::abs(painted().pixelColor(70, 60).alpha() - 128) <= 1);
         }
+    }
+
+    void thePlusTileIsFilledOnce()
+    {
+        QImage image(tileSize.toSize(), QImage::Format_ARGB32_Premultiplied);
+        image.fill(Qt::transparent);
+        QPainter painter(&image);
+        NewCardThumbView().paint(painter, {Platform::ColorScheme::Light, 1.0});
+        QVERIFY(std::abs(image.pixelColor(20, 60).alphaF() - 0.45F) < 0.01F);
     }
 
     void aReturnEndsALine()

@@ -234,6 +234,11 @@ private Q_SLOTS:
 
     void textIsPlainAndKeepsItsCharacters()
     {
+        QMimeData html;
+        html.setHtml(u"<b>bold</b>"_qs);
+        QDragEnterEvent enter({5, 5}, Qt::CopyAction, &html, Qt::LeftButton, {});
+        QCoreApplication::sendEvent(m_view->viewport(), &enter);
+        QVERIFY(!enter.isAccepted());
         const QString foreign = u"a\r\nb\u2028c"_qs;
         m_view->setText(foreign); // and given back to the letter
         QCOMPARE(m_view->text(), foreign);
@@ -286,6 +291,16 @@ private Q_SLOTS:
         m_view->setText(u"teh end"_qs);
         QCOMPARE(marksAfterChecking(), QStringList{u"teh"_qs});
         QVERIFY(!m_view->document()->isUndoAvailable() && m_reported.isEmpty());
+        const int end = m_view->fontMetrics().horizontalAdvance(u"teh "_qs) + 5;
+        const QImage seen = m_view->grab().toImage();
+        const auto hasWave = [&](int from, int to) {
+            for (int at = 30 * from; at < 30 * to; ++at)
+                if (const QColor color = seen.pixelColor(at / 30, at % 30);
+                    color.red() > 150 && color.green() < 140 && color.blue() < 140)
+                    return true;
+            return false;
+        };
+        QVERIFY(hasWave(5, end - 4) && !hasWave(end, 200));
 
         type(u" wrnog"_qs);
         press(Qt::Key_Left); // still in the word
@@ -300,6 +315,15 @@ private Q_SLOTS:
         type(u" wrnog"_qs);
         m_view->clearFocus();
         QCOMPARE(m_view->spelling().markedWords(), m_spelling.misspelled);
+
+        // What comes while a question is open is asked after its answer.
+        m_view->setText(u"another"_qs);
+        m_queue.advance(250ms);
+        m_view->setText(u"thrid"_qs);
+        m_spelling.misspelled << m_view->text();
+        m_queue.advance(250ms);
+        m_spelling.answer();
+        QCOMPARE(marksAfterChecking(), QStringList{u"thrid"_qs});
 
         m_view->hide();
         QCOMPARE(m_spelling.releases, 1);
@@ -324,6 +348,9 @@ private Q_SLOTS:
         QCOMPARE(m_view->text(), wrong);
         choose(u"Learn Spelling"_qs);
         QCOMPARE(m_spelling.learned, QStringList{u"teh"_qs});
+        QMenu *plain = openMenu(); // as for any word that is right
+        QVERIFY(plain->actions()[0]->text() != m_spelling.suggestions[0]);
+        plain->close();
         press(Qt::Key_Home, Qt::ControlModifier);
         QCOMPARE(marksAfterChecking(), QStringList{u"wrnog"_qs});
 
