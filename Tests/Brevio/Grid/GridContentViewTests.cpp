@@ -113,8 +113,9 @@ private Q_SLOTS:
         QVERIFY(bar->alpha() == 0.0 && queue.pendingJobs() == 0);
 
         const QRectF thumb = bar->thumbRect();
-        const QPoint grip = thumb.center().toPoint();
+        const QPoint grip(int(thumb.center().x()), int(std::ceil(thumb.top())));
         QTest::mousePress(bar, Qt::LeftButton, {}, grip);
+        queue.advance(120ms);
         QMouseEvent move(QEvent::MouseMove, grip + QPoint(-9, 20), {}, {}, Qt::LeftButton, {});
         QApplication::sendEvent(bar, &move);
         QCOMPARE(bar->thumbRect(), thumb.translated(0, 20));
